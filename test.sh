@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Builds Zelmap and runs every test. On a fresh Debian 12 machine it first installs what
+# is missing. --sanitize: a separate clang build with AddressSanitizer and
+# UndefinedBehaviorSanitizer, which also builds the libFuzzer targets.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+mode=normal
+for arg in "$@"; do
+    case "$arg" in
+        --sanitize) mode=sanitize ;;
+        -h|--help) echo "usage: ./test.sh [--sanitize]"; exit 0 ;;
+        *) echo "test.sh: unknown argument $arg" >&2; exit 2 ;;
+    esac
+done
+
+tools/install-deps.sh
+
+jobs=$(nproc 2>/dev/null || echo 2)
+if [ "$mode" = sanitize ]; then
+    dir=build-sanitize
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+        -DZELMAP_SANITIZE=ON -DZELMAP_FUZZ=ON -DZELMAP_BENCH=OFF
+    export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+else
+    dir=build
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release
+fi
+cmake --build "$dir" -j "$jobs"
+QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" --output-on-failure -j "$jobs"

@@ -1,0 +1,83 @@
+#include "Cli.h"
+
+#include "core/TDDataWL.h"
+
+#include <QFileInfo>
+
+namespace Cli {
+
+const QList<CliCommand> &commands()
+{
+    static const QList<CliCommand> list = {
+        {"info", "info [--json] FILE...",
+         "data id, size, statistics, display range and valid pixels of each file", &info},
+        {"dump", "dump FILE", "one line per pixel: x y value valid", &dump},
+    };
+    return list;
+}
+
+namespace {
+
+void printHelp(QTextStream &out)
+{
+    out << "Usage: zelmap-cli COMMAND [OPTIONS] FILE...\n"
+           "Headless batch work on X-ray images and XAFS spectra.\n\nCommands:\n";
+    for (const CliCommand &c : commands())
+        out << "  " << QString::fromLatin1(c.usage).leftJustified(40) << "  "
+            << QString::fromLatin1(c.summary) << '\n';
+    out << "\nzelmap-cli COMMAND --help shows the usage of one command.\n";
+}
+
+} // namespace
+
+int run(const QStringList &args, QTextStream &out, QTextStream &err)
+{
+    if (args.isEmpty()) {
+        printHelp(err);
+        return 2;
+    }
+    const QString name = args.first();
+    if (name == QLatin1String("--help") || name == QLatin1String("-h") ||
+        name == QLatin1String("help")) {
+        printHelp(out);
+        return 0;
+    }
+    for (const CliCommand &c : commands()) {
+        if (name == QLatin1String(c.name)) {
+            const QStringList rest = args.mid(1);
+            if (rest.contains(QLatin1String("--help")) || rest.contains(QLatin1String("-h"))) {
+                out << "Usage: zelmap-cli " << c.usage << "\n" << c.summary << '\n';
+                return 0;
+            }
+            return c.run(rest, out, err);
+        }
+    }
+    err << "zelmap-cli: unknown command '" << name << "' (try --help)\n";
+    return 2;
+}
+
+std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        *error = QStringLiteral("%1: no such file").arg(path);
+        return nullptr;
+    }
+    if (!info.isFile() || !info.isReadable()) {
+        *error = QStringLiteral("%1: cannot be read").arg(path);
+        return nullptr;
+    }
+    auto record = std::make_unique<TDDataWL>(0, 0);
+    if (!record->load(path)) {
+        *error = QStringLiteral("%1: not a file Zelmap can read").arg(path);
+        return nullptr;
+    }
+    return record;
+}
+
+QString number(double v)
+{
+    return QString::number(v, 'g', 17);
+}
+
+} // namespace Cli

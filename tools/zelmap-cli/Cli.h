@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QTextStream>
+
+#include <memory>
+
+class TDDataWL;
+
+// One subcommand of zelmap-cli. args excludes the program and the subcommand name.
+struct CliCommand
+{
+    const char *name;
+    const char *usage;
+    const char *summary;
+    int (*run)(const QStringList &args, QTextStream &out, QTextStream &err);
+};
+
+namespace Cli {
+
+const QList<CliCommand> &commands();
+// Runs a whole command line (without the program name); returns the exit status.
+int run(const QStringList &args, QTextStream &out, QTextStream &err);
+
+// Reads any file the program can open into a record; on failure says why in *error.
+std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error);
+// Full double precision, so results compare exactly between tools.
+QString number(double v);
+
+int info(const QStringList &args, QTextStream &out, QTextStream &err);
+int dump(const QStringList &args, QTextStream &out, QTextStream &err);
+
+} // namespace Cli
