@@ -6,6 +6,8 @@
 
 #include <memory>
 
+class ColorBar0;
+
 // An image record that can also hold a rendered picture of itself.
 class TDData : public TDData0
 {
@@ -17,6 +19,10 @@ public:
 
     TDData *copy() const;
     TDData *smoothedCopy(int halfWidthX, int halfWidthY) const;
+
+    // Renders the values through the colour scale at their display range. The pixel buffer
+    // is kept when size and format are unchanged: a fresh large buffer costs page faults.
+    void makeImage(const ColorBar0 &scale);
 
     // The last rendered picture, or null before the first rendering.
     const QImage *image() const { return m_image.get(); }
