@@ -26,10 +26,8 @@ QString withoutComment(const QString &line)
 
 bool takesNoValue(const QString &next)
 {
-    if (!next.startsWith(QLatin1Char('-')))
-        return false;
-    if (next.size() < 2)
-        return true;
+    if (!next.startsWith(QLatin1Char('-'))) return false;
+    if (next.size() < 2) return true;
     const QChar second = next.at(1);
     return !(second.isNumber() || second == QLatin1Char('.'));
 }
@@ -63,20 +61,16 @@ void ConfigStore::parseCommandLine(const QStringList &args, bool readNow,
     m_arguments = args;
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString &arg = args.at(i);
-        if (!arg.startsWith(QLatin1Char('-')))
-            continue;
+        if (!arg.startsWith(QLatin1Char('-'))) continue;
         QString value;
-        if (i + 1 < args.size() && !takesNoValue(args.at(i + 1)))
-            value = args.at(i + 1);
+        if (i + 1 < args.size() && !takesNoValue(args.at(i + 1))) value = args.at(i + 1);
         store(arg, value, QString(), QString());
     }
     m_fileName = defaultFile;
     for (const QString &option : fileOptions) {
-        if (contains(option))
-            m_fileName = value(option);
+        if (contains(option)) m_fileName = value(option);
     }
-    if (readNow && !m_fileName.isEmpty())
-        readFile(m_fileName);
+    if (readNow && !m_fileName.isEmpty()) readFile(m_fileName);
 }
 
 bool ConfigStore::readFile(const QString &path)
@@ -110,8 +104,7 @@ bool ConfigStore::readFileNested(const QString &path)
 void ConfigStore::processLine(const QString &line)
 {
     QString rest = withoutComment(line);
-    if (rest.simplified().isEmpty())
-        return;
+    if (rest.simplified().isEmpty()) return;
     m_lines.append(line);
     const QString key = ItemSplitter::take(rest, &rest);
     const QString value = ItemSplitter::take(rest, &rest);
@@ -121,8 +114,7 @@ void ConfigStore::processLine(const QString &line)
         QString path = value;
         if (QFileInfo(path).isRelative() && !m_currentFile.isEmpty()) {
             const QString beside = QFileInfo(m_currentFile).dir().filePath(path);
-            if (QFileInfo::exists(beside))
-                path = beside;
+            if (QFileInfo::exists(beside)) path = beside;
         }
         readFileNested(path);
         return;
@@ -155,8 +147,7 @@ void ConfigStore::store(const QString &key, const QString &value, const QString 
 QString ConfigStore::value(const QString &key, const QString &defaultValue)
 {
     const qsizetype i = indexOf(key);
-    if (i < 0)
-        return defaultValue;
+    if (i < 0) return defaultValue;
     m_used[i] = true;
     return m_values.at(i);
 }
@@ -190,11 +181,9 @@ void ConfigStore::setValue(const QString &key, const QString &value, const QStri
                            const QString &comment)
 {
     store(key, value, extra, comment);
-    if (m_currentFile.isEmpty())
-        return;
+    if (m_currentFile.isEmpty()) return;
     QFile file(m_currentFile);
-    if (!file.open(QIODevice::Append | QIODevice::Text))
-        return;
+    if (!file.open(QIODevice::Append | QIODevice::Text)) return;
     QTextStream out(&file);
     out << QStringLiteral("%1\t%2 %3\t # %4\n").arg(key, value, extra, comment);
 }

@@ -17,7 +17,8 @@ QString ItemSplitter::take(const QString &text, QString *rest)
         const qsizetype close = line.indexOf(QLatin1Char('"'), start + 1);
         if (close < 0) {
             qDebug().noquote()
-                << QStringLiteral("In a line [%1] item is started from quote but not ended by quote")
+                << QStringLiteral(
+                       "In a line [%1] item is started from quote but not ended by quote")
                        .arg(line);
             rest->clear();
             return line.mid(start + 1);
@@ -31,7 +32,8 @@ QString ItemSplitter::take(const QString &text, QString *rest)
     if (end >= n) {
         if (line.endsWith(QLatin1Char('"')))
             qDebug().noquote()
-                << QStringLiteral("In a line [%1] item is started from not quote but ended by quote")
+                << QStringLiteral(
+                       "In a line [%1] item is started from not quote but ended by quote")
                        .arg(line);
         rest->clear();
         return line.mid(start);

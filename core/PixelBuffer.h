@@ -23,8 +23,7 @@ public:
     explicit PixelBuffer(qsizetype n) { resize(n); }
     PixelBuffer(const PixelBuffer &other) : PixelBuffer(other.m_size)
     {
-        if (m_size > 0)
-            std::memcpy(m_data, other.m_data, sizeof(T) * size_t(m_size));
+        if (m_size > 0) std::memcpy(m_data, other.m_data, sizeof(T) * size_t(m_size));
     }
     PixelBuffer &operator=(const PixelBuffer &other)
     {
@@ -51,13 +50,10 @@ public:
     // Keeps the common prefix; new elements are zero.
     void resize(qsizetype n)
     {
-        if (n < 0)
-            n = 0;
-        if (n == m_size)
-            return;
+        if (n < 0) n = 0;
+        if (n == m_size) return;
         T *fresh = allocateZeroed(n);
-        if (m_data && fresh)
-            std::memcpy(fresh, m_data, sizeof(T) * size_t(qMin(n, m_size)));
+        if (m_data && fresh) std::memcpy(fresh, m_data, sizeof(T) * size_t(qMin(n, m_size)));
         std::free(m_data);
         m_data = fresh;
         m_size = n;
@@ -80,24 +76,20 @@ private:
 
     static T *allocateZeroed(qsizetype n)
     {
-        if (n <= 0)
-            return nullptr;
+        if (n <= 0) return nullptr;
         const size_t bytes = sizeof(T) * size_t(n);
         void *p = nullptr;
         if (bytes >= kHugePage) {
             const size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
             p = std::aligned_alloc(kHugePage, rounded);
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
-            if (p)
-                madvise(p, rounded, MADV_HUGEPAGE);
+            if (p) madvise(p, rounded, MADV_HUGEPAGE);
 #endif
-            if (p)
-                std::memset(p, 0, bytes);
+            if (p) std::memset(p, 0, bytes);
         } else {
             p = std::calloc(size_t(n), sizeof(T));
         }
-        if (!p)
-            throw std::bad_alloc();
+        if (!p) throw std::bad_alloc();
         return static_cast<T *>(p);
     }
 

@@ -20,12 +20,9 @@ Shape::Shape(int kind, const QString &name) : m_kind(kind), m_name(name)
 Shape::Shape(const Shape &other) : m_kind(other.m_kind), m_name(other.m_name)
 {
     // The flag is not part of a copy: a copied shape starts afresh like a new one.
-    if (other.m_points)
-        m_points = std::make_unique<QList<QPointF>>(*other.m_points);
-    if (other.m_items)
-        m_items = std::make_unique<QList<QRectF>>(*other.m_items);
-    if (other.m_block)
-        m_block = std::make_unique<Block>(*other.m_block);
+    if (other.m_points) m_points = std::make_unique<QList<QPointF>>(*other.m_points);
+    if (other.m_items) m_items = std::make_unique<QList<QRectF>>(*other.m_items);
+    if (other.m_block) m_block = std::make_unique<Block>(*other.m_block);
 }
 
 Shape &Shape::operator=(const Shape &other)

@@ -64,8 +64,7 @@ void TDData0::setStatistics(double minW0, double maxW0, double minWO0, double ma
 
 DisplayRange TDData0::displayRange() const
 {
-    if (m_minWO0 == m_maxWO0)
-        return {m_minW0, m_maxW0};
+    if (m_minWO0 == m_maxWO0) return {m_minW0, m_maxW0};
     return {m_minWO0, m_maxWO0};
 }
 
@@ -95,8 +94,8 @@ void TDData0::copyRect(TDData0 *dest, int x0, int y0, int x1, int y1, bool relat
         const qsizetype rowLength = qsizetype(x1) - x0 + 1;
         for (int y = y0; y <= y1; ++y) {
             const qsizetype from = qsizetype(y) * m_width + x0;
-            const qsizetype to = relative ? qsizetype(y - y0) * dest->m_width
-                                          : qsizetype(y) * dest->m_width + x0;
+            const qsizetype to =
+                relative ? qsizetype(y - y0) * dest->m_width : qsizetype(y) * dest->m_width + x0;
             std::memmove(dest->m_values.data() + to, m_values.data() + from,
                          sizeof(double) * size_t(rowLength));
             std::memmove(dest->m_valid.data() + to, m_valid.data() + from, size_t(rowLength));
@@ -174,8 +173,7 @@ void TDData0::smoothColumnsInto(TDData0 *out, int r) const
 {
     const int w = m_width;
     const int h = m_height;
-    if (w <= 0 || h <= 0)
-        return;
+    if (w <= 0 || h <= 0) return;
     std::vector<double> sums(size_t(w), 0.0);
     std::vector<int> counts(size_t(w), 0);
     for (qsizetype i = 0; i - r < h; ++i) {
@@ -284,8 +282,7 @@ bool TDData0::load(const QString &fileName)
     m_valid.resize(n);
 
     QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly) || !file.seek(header.headerSize))
-        return true;
+    if (!file.open(QIODevice::ReadOnly) || !file.seek(header.headerSize)) return true;
     if (n > 0) {
         const qint64 bytes = qint64(sizeof(double)) * n;
         const qint64 got = file.read(reinterpret_cast<char *>(m_values.data()), bytes);

@@ -53,8 +53,8 @@ public:
     // Changes only the flag; the statistics are untouched.
     void setValid(qsizetype index, bool valid) { m_valid[index] = valid ? 1 : 0; }
 
-    // Raw contiguous storage for bulk work; flags hold only 0 or 1. Whoever writes values through these must
-    // call widenStatistics() over what was written, as setValue would have done.
+    // Raw contiguous storage for bulk work; flags hold only 0 or 1. Whoever writes values through
+    // these must call widenStatistics() over what was written, as setValue would have done.
     const double *values() const { return m_values.data(); }
     double *values() { return m_values.data(); }
     const quint8 *validFlags() const { return m_valid.data(); }
@@ -105,15 +105,11 @@ protected:
 private:
     void widen(double v)
     {
-        if (v < m_minW0)
-            m_minW0 = v;
-        if (v > m_maxW0)
-            m_maxW0 = v;
+        if (v < m_minW0) m_minW0 = v;
+        if (v > m_maxW0) m_maxW0 = v;
         if (v != 0.0) {
-            if (v < m_minWO0)
-                m_minWO0 = v;
-            if (v > m_maxWO0)
-                m_maxWO0 = v;
+            if (v < m_minWO0) m_minWO0 = v;
+            if (v > m_maxWO0) m_maxWO0 = v;
         }
     }
     void smoothRowsInto(TDData0 *out, int r) const;

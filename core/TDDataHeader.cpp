@@ -52,10 +52,10 @@ QByteArray TDDataHeader::build(const TDData0 &record)
     text += QStringLiteral("END_OF_HEADER:\n");
 
     const qint64 headerSize = headerSizeFor(text.size());
-    const QString first = QStringLiteral("%1%2 %3 %4")
-                              .arg(QStringLiteral("2dData"), QStringLiteral("-V0.0"),
-                                   QStringLiteral("HeaderSize:"))
-                              .arg(headerSize);
+    const QString first =
+        QStringLiteral("%1%2 %3 %4")
+            .arg(QStringLiteral("2dData"), QStringLiteral("-V0.0"), QStringLiteral("HeaderSize:"))
+            .arg(headerSize);
     text.replace(0, qMin<qsizetype>(first.size(), 64), first.left(64));
     return text.toLatin1();
 }
@@ -70,31 +70,26 @@ TDDataHeader TDDataHeader::read(const QString &fileName)
     }
     const qint64 fileSize = file.size();
     const QByteArray first = file.read(64);
-    if (!first.startsWith("2dData"))
-        return header;
+    if (!first.startsWith("2dData")) return header;
     const qint64 declared = declaredHeaderSize(first);
     // Never read more than the file holds, whatever the header claims.
     QByteArray bytes;
-    if (declared > 0 && file.seek(0))
-        bytes = file.read(qMin(declared, fileSize));
+    if (declared > 0 && file.seek(0)) bytes = file.read(qMin(declared, fileSize));
     header = parse(first, bytes);
-    if (!header.accepted)
-        return header;
+    if (!header.accepted) return header;
 
     // A header that cannot describe this file is refused before anything is allocated.
     const qint64 pixels = qint64(header.width) * header.height;
     const bool badSize = header.width < 0 || header.height < 0 || pixels > qint64(INT32_MAX) ||
                          header.headerSize + 9 * pixels > 2 * fileSize;
-    if (badSize)
-        header.accepted = false;
+    if (badSize) header.accepted = false;
     return header;
 }
 
 TDDataHeader TDDataHeader::parse(const QByteArray &firstLine, const QByteArray &headerBytes)
 {
     TDDataHeader header;
-    if (!firstLine.startsWith("2dData"))
-        return header;
+    if (!firstLine.startsWith("2dData")) return header;
     header.headerSize = declaredHeaderSize(firstLine);
     header.accepted = true;
 
