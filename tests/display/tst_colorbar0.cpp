@@ -1,0 +1,297 @@
+#include "core/TDData.h"
+#include "display/ColorBar0.h"
+
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+
+class TstColorBar0 : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void tables();
+    void entriesAndColours();
+    void markersStretchTheRamp();
+    void pixelBytesPerFormat();
+    void rowLengthsAndBuffers();
+    void makeImageRendersRecord();
+    void makeImageReusesBufferOnlyWhenShapeMatches();
+    void makeImageDegenerateRanges();
+};
+
+void TstColorBar0::tables()
+{
+    const auto &grey = ColorBar0::greyTable();
+    QCOMPARE(grey[0], uchar(0));
+    QCOMPARE(grey[255], uchar(255));
+    QCOMPARE(grey[256], uchar(192));
+
+    const auto &ramp = ColorBar0::rampTable();
+    auto rgb = [&ramp](int i) {
+        return QColor(ramp[size_t(3 * i)], ramp[size_t(3 * i + 1)], ramp[size_t(3 * i + 2)]);
+    };
+    QCOMPARE(rgb(0), QColor(0, 0, 0));
+    QCOMPARE(rgb(255), QColor(255, 0, 0));
+    QCOMPARE(rgb(256), QColor(255, 1, 0));
+    QCOMPARE(rgb(383), QColor(255, 128, 0));
+    QCOMPARE(rgb(510), QColor(255, 255, 0));
+    QCOMPARE(rgb(511), QColor(255, 255, 1));
+    QCOMPARE(rgb(765), QColor(255, 255, 255));
+    QCOMPARE(rgb(766), QColor(255, 255, 255));
+    // The ramp never goes back: each channel is non-decreasing.
+    for (int i = 1; i < ColorBar0::kRampSize; ++i)
+        for (int c = 0; c < 3; ++c)
+            QVERIFY(ramp[size_t(3 * i + c)] >= ramp[size_t(3 * (i - 1) + c)]);
+    const auto &px = ColorBar0::rampPixels();
+    QCOMPARE(px[383], qRgb(255, 128, 0));
+    QCOMPARE(px[ColorBar0::kRampSize], qRgb(210, 220, 210));
+
+    const QList<QColor> &palette = ColorBar0::markerPalette();
+    QCOMPARE(palette.size(), 9);
+    QCOMPARE(ColorBar0::paletteColor(0), QColor(255, 0, 0));
+    QCOMPARE(ColorBar0::paletteColor(3), QColor(255, 200, 0));
+    QCOMPARE(ColorBar0::paletteColor(8), QColor(0, 200, 255));
+    QCOMPARE(ColorBar0::paletteColor(9), QColor(255, 0, 0));
+    QCOMPARE(ColorBar0::paletteColor(-1), QColor(0, 200, 255));
+    for (int i = 0; i < 9; ++i)
+        for (int j = i + 1; j < 9; ++j)
+            QVERIFY(palette[i] != palette[j]);
+}
+
+void TstColorBar0::entriesAndColours()
+{
+    ColorBar0 bar;
+    QCOMPARE(bar.pixelFormat(), 4);
+    QVERIFY(!bar.isGrayScale());
+    QCOMPARE(bar.entryOfFraction(0.0, true), 0);
+    QCOMPARE(bar.entryOfFraction(0.5, true), 383);
+    QCOMPARE(bar.entryOfFraction(1.0, true), 766);
+    QCOMPARE(bar.entryOfFraction(7.0, true), 766);
+    QCOMPARE(bar.entryOfFraction(-3.0, true), 0);
+    QCOMPARE(bar.entryOfFraction(std::numeric_limits<double>::quiet_NaN(), true), 0);
+    QCOMPARE(bar.entryOfIndex(900, true), 766);
+    QCOMPARE(bar.entryOfIndex(-4, true), 0);
+    QCOMPARE(bar.colorOf(0.0), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(0.5), QColor(255, 128, 0));
+    QCOMPARE(bar.colorOf(1.0), QColor(255, 255, 255));
+    QCOMPARE(bar.colorOf(0.5, false), QColor(210, 220, 210));
+
+    bar.setValueRange(-10.0, 30.0);
+    QCOMPARE(bar.colorOfValue(-10.0), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOfValue(10.0), QColor(255, 128, 0));
+    QCOMPARE(bar.colorOfValue(30.0), QColor(255, 255, 255));
+
+    bar.setPixelFormat(24);
+    QVERIFY(bar.isGrayScale());
+    QCOMPARE(bar.entryOfFraction(1.0, true), 255);
+    QCOMPARE(bar.entryOfFraction(0.5, true), 128);
+    QCOMPARE(bar.entryOfFraction(0.2, false), 256);
+    QCOMPARE(bar.colorOf(1.0), QColor(255, 255, 255));
+    QCOMPARE(bar.colorOf(0.0), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(0.3, false), QColor(192, 192, 192));
+
+    bar.setPixelFormat(6);
+    QCOMPARE(bar.colorOf(1.0), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(1.0).alpha(), 255);
+}
+
+void TstColorBar0::markersStretchTheRamp()
+{
+    ColorBar0 bar;
+    bar.setMarkers(0.25, 0.75);
+    QCOMPARE(bar.colorOf(0.25), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(0.1), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(0.5), QColor(255, 128, 0));
+    QCOMPARE(bar.colorOf(0.75), QColor(255, 255, 255));
+    QCOMPARE(bar.colorOf(0.9), QColor(255, 255, 255));
+    // A lower marker above the upper one inverts the ramp.
+    bar.setMarkers(1.0, 0.0);
+    QCOMPARE(bar.colorOf(0.0), QColor(255, 255, 255));
+    QCOMPARE(bar.colorOf(1.0), QColor(0, 0, 0));
+    // Two markers at one place: NaN at the marker takes the first entry.
+    bar.setMarkers(0.5, 0.5);
+    QCOMPARE(bar.colorOf(0.5), QColor(0, 0, 0));
+    QCOMPARE(bar.colorOf(0.6), QColor(255, 255, 255));
+    QCOMPARE(bar.colorOf(0.4), QColor(0, 0, 0));
+}
+
+void TstColorBar0::pixelBytesPerFormat()
+{
+    ColorBar0 bar;
+    uchar buf[8] = {9, 9, 9, 9, 9, 9, 9, 9};
+    const double redFraction = 255.0 / 766.0 + 1e-9;
+    QCOMPARE(bar.colorOf(redFraction), QColor(255, 0, 0));
+
+    uchar *next = bar.writePixel(buf, redFraction, true);
+    QCOMPARE(next - buf, 4);
+    QCOMPARE(QByteArray(reinterpret_cast<char *>(buf), 5), QByteArray("\x00\x00\xff\xff\x09", 5));
+    bar.writePixel(buf, 0.0, false);
+    QCOMPARE(QByteArray(reinterpret_cast<char *>(buf), 4), QByteArray("\xd2\xdc\xd2\xff", 4));
+
+    bar.setPixelFormat(5);
+    next = bar.writePixel(buf, 1.0, true);
+    QCOMPARE(next - buf, 4);
+    QCOMPARE(QByteArray(reinterpret_cast<char *>(buf), 4), QByteArray("\xff\xff\xff\xff", 4));
+
+    bar.setPixelFormat(13);
+    std::fill(buf, buf + 8, uchar(9));
+    next = bar.writePixel(buf, redFraction, true);
+    QCOMPARE(next - buf, 3);
+    QCOMPARE(QByteArray(reinterpret_cast<char *>(buf), 4), QByteArray("\xff\x00\x00\x09", 4));
+    next = bar.writePixel(next, 0.0, false);
+    QCOMPARE(next - buf, 6);
+    QCOMPARE(QByteArray(reinterpret_cast<char *>(buf + 3), 3), QByteArray("\xd2\xdc\xd2", 3));
+
+    bar.setPixelFormat(24);
+    std::fill(buf, buf + 8, uchar(9));
+    next = bar.writePixel(buf, 0.5, true);
+    next = bar.writePixel(next, 0.5, false);
+    QCOMPARE(next - buf, 2);
+    QCOMPARE(buf[0], uchar(128));
+    QCOMPARE(buf[1], uchar(192));
+    QCOMPARE(buf[2], uchar(9));
+}
+
+void TstColorBar0::rowLengthsAndBuffers()
+{
+    QCOMPARE(ColorBar0::bytesPerPixel(4), 4);
+    QCOMPARE(ColorBar0::bytesPerPixel(5), 4);
+    QCOMPARE(ColorBar0::bytesPerPixel(13), 3);
+    QCOMPARE(ColorBar0::bytesPerPixel(24), 1);
+    QCOMPARE(ColorBar0::bytesPerPixel(1), 1);
+    QCOMPARE(ColorBar0::rowLength(3, 24), 4);
+    QCOMPARE(ColorBar0::rowLength(3, 13), 12);
+    QCOMPARE(ColorBar0::rowLength(5, 13), 16);
+    QCOMPARE(ColorBar0::rowLength(4, 24), 4);
+    QCOMPARE(ColorBar0::rowLength(3, 4), 12);
+    QCOMPARE(ColorBar0::rowLength(0, 4), 0);
+
+    QVERIFY(!ColorBar0::newPixelBuffer(0, 5, 4));
+    QVERIFY(!ColorBar0::newPixelBuffer(5, 0, 4));
+    auto buf = ColorBar0::newPixelBuffer(3, 2, 13);
+    QVERIFY(buf);
+    for (int i = 0; i < 24; ++i)
+        QCOMPARE(buf[size_t(i)], uchar(0));
+
+    QVERIFY(!ColorBar0::wrapBuffer(buf.get(), 3, 2, 6));
+    const auto img = ColorBar0::wrapBuffer(buf.get(), 3, 2, 13);
+    QVERIFY(img);
+    QCOMPARE(img->format(), QImage::Format_RGB888);
+    QCOMPARE(img->bytesPerLine(), 12);
+    QCOMPARE(img->constBits(), buf.get());
+}
+
+void TstColorBar0::makeImageRendersRecord()
+{
+    // 3 x 2 with one invalid pixel; the zero is left out of the display range (1, 5).
+    TDData rec(3, 2);
+    const double vals[6] = {0.0, 1.0, 3.0, 4.0, 5.0, 3.0};
+    for (int i = 0; i < 6; ++i)
+        rec.setValue(i, vals[i], i != 5);
+    QCOMPARE(rec.displayRange().low, 0.0 + 1.0);
+    QCOMPARE(rec.displayRange().high, 5.0);
+
+    ColorBar0 bar;
+    rec.makeImage(bar);
+    QVERIFY(rec.image());
+    const QImage &img = *rec.image();
+    QCOMPARE(img.format(), QImage::Format_RGB32);
+    QCOMPARE(img.size(), QSize(3, 2));
+    QCOMPARE(img.pixel(0, 0), qRgb(0, 0, 0));       // below the range
+    QCOMPARE(img.pixel(1, 0), qRgb(0, 0, 0));       // at low
+    QCOMPARE(img.pixel(2, 0), qRgb(255, 128, 0));   // the middle of (1, 5)
+    QCOMPARE(img.pixel(1, 1), qRgb(255, 255, 255)); // at high
+    QCOMPARE(img.pixel(2, 1), qRgb(210, 220, 210)); // invalid
+
+    bar.setPixelFormat(24);
+    rec.makeImage(bar);
+    const QImage &grey = *rec.image();
+    QCOMPARE(grey.format(), QImage::Format_Grayscale8);
+    QCOMPARE(grey.bytesPerLine(), 4);
+    QCOMPARE(grey.constScanLine(0)[0], uchar(0));
+    QCOMPARE(grey.constScanLine(1)[1], uchar(255));
+    QCOMPARE(grey.constScanLine(1)[2], uchar(192));
+    // Row padding stays zero.
+    QCOMPARE(grey.constScanLine(0)[3], uchar(0));
+    QCOMPARE(grey.constScanLine(1)[3], uchar(0));
+
+    bar.setPixelFormat(13);
+    bar.setMarkers(0.0, 0.5);
+    rec.makeImage(bar);
+    const QImage &rgb = *rec.image();
+    QCOMPARE(rgb.bytesPerLine(), 12);
+    QCOMPARE(rgb.pixel(2, 0), qRgb(255, 255, 255)); // beyond the upper marker
+    QCOMPARE(rgb.constScanLine(0)[9], uchar(0));
+    QCOMPARE(rgb.pixel(2, 1), qRgb(210, 220, 210));
+}
+
+void TstColorBar0::makeImageReusesBufferOnlyWhenShapeMatches()
+{
+    TDData rec(64, 32);
+    for (int i = 0; i < 64 * 32; ++i)
+        rec.setValue(i, i % 64, true);
+    ColorBar0 bar;
+    rec.makeImage(bar);
+    const uchar *first = rec.image()->constBits();
+    QCOMPARE(rec.image()->pixel(63, 5), qRgb(255, 255, 255));
+
+    // The values change, the picture follows; same shape keeps the buffer.
+    for (int i = 0; i < 64 * 32; ++i)
+        rec.setValue(i, 63 - i % 64, (i % 64) != 10);
+    rec.makeImage(bar);
+    QCOMPARE(rec.image()->constBits(), first);
+    QCOMPARE(rec.image()->pixel(63, 5), qRgb(0, 0, 0));
+    QCOMPARE(rec.image()->pixel(10, 7), qRgb(210, 220, 210));
+
+    bar.setPixelFormat(24);
+    rec.makeImage(bar);
+    QCOMPARE(rec.image()->format(), QImage::Format_Grayscale8);
+    QCOMPARE(rec.image()->constScanLine(5)[0], uchar(255));
+    QCOMPARE(rec.image()->constScanLine(5)[10], uchar(192));
+
+    // The bulk path agrees with the one-pixel path across the whole ramp.
+    bar.setPixelFormat(4);
+    bar.setMarkers(0.2, 0.7);
+    TDData ramp(1000, 1);
+    for (int i = 0; i < 1000; ++i)
+        ramp.setValue(i, -3.0 + i * 0.0137, true);
+    ramp.makeImage(bar);
+    const DisplayRange r = ramp.displayRange();
+    int differ = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const QColor expect = bar.colorOf((ramp.value(i) - r.low) / (r.high - r.low));
+        if (ramp.image()->pixelColor(i, 0) != expect) ++differ;
+    }
+    QCOMPARE(differ, 0);
+
+    TDData empty(0, 3);
+    empty.makeImage(bar);
+    QVERIFY(!empty.image());
+}
+
+void TstColorBar0::makeImageDegenerateRanges()
+{
+    // All values equal and non-zero: range (0, v) from the with-zeros pair.
+    TDData flat(2, 1);
+    flat.setValue(0, 3.0, true);
+    flat.setValue(1, 3.0, true);
+    ColorBar0 bar;
+    flat.makeImage(bar);
+    QCOMPARE(flat.image()->pixel(0, 0), qRgb(255, 255, 255));
+
+    // Markers at one place: per-pixel formula, values above go to the top.
+    TDData rec(3, 1);
+    rec.setValue(0, 1.0, true);
+    rec.setValue(1, 2.0, true);
+    rec.setValue(2, 3.0, true);
+    bar.setMarkers(0.5, 0.5);
+    rec.makeImage(bar);
+    QCOMPARE(rec.image()->pixel(0, 0), qRgb(0, 0, 0));
+    QCOMPARE(rec.image()->pixel(1, 0), qRgb(0, 0, 0));
+    QCOMPARE(rec.image()->pixel(2, 0), qRgb(255, 255, 255));
+}
+
+QTEST_GUILESS_MAIN(TstColorBar0)
+#include "tst_colorbar0.moc"
