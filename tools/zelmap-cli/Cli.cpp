@@ -12,8 +12,6 @@ const QList<CliCommand> &commands()
         {"info", "info [--json] FILE...",
          "data id, size, statistics, display range and valid pixels of each file", &info},
         {"dump", "dump FILE", "one line per pixel: x y value valid", &dump},
-        {"xafs", "xafs FILE... [--straight|--victreen] [-o DIR]",
-         "edge energy, edge jump and fit residuals of each spectrum", &xafs},
         {"render", "render FILE -o OUT.png [--grey] [--range LOW HIGH] [--markers LOWER UPPER]",
          "a picture of the record through the display colour mapping", &render},
     };
