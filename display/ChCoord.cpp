@@ -27,13 +27,38 @@ void ChCoord::attachMouse(MouseC *mouse)
 int ChCoord::gestureCode(int button, int modifiers)
 {
     const int held = modifiers & MouseC::kHeldMask;
-    if ((button != Qt::LeftButton && button != Qt::RightButton) || (held & MouseC::kMeta))
+    if (button != Qt::LeftButton && button != Qt::RightButton) return 16;
+    // Column of each exact set of held keys; Meta is not a gesture key.
+    int column = -1;
+    switch (held) {
+    case 0:
+        column = 0;
+        break;
+    case MouseC::kShift:
+        column = 1;
+        break;
+    case MouseC::kCtrl:
+        column = 2;
+        break;
+    case MouseC::kAlt:
+        column = 3;
+        break;
+    case MouseC::kShift | MouseC::kCtrl:
+        column = 4;
+        break;
+    case MouseC::kShift | MouseC::kAlt:
+        column = 5;
+        break;
+    case MouseC::kCtrl | MouseC::kAlt:
+        column = 6;
+        break;
+    case MouseC::kShift | MouseC::kCtrl | MouseC::kAlt:
+        column = 7;
+        break;
+    default:
         return 16;
-    int code = button == Qt::RightButton ? 8 : 0;
-    if (held & MouseC::kShift) code += 1;
-    if (held & MouseC::kCtrl) code += 2;
-    if (held & MouseC::kAlt) code += 4;
-    return code;
+    }
+    return (button == Qt::RightButton ? 8 : 0) + column;
 }
 
 void ChCoord::setScreenArea(double x0, double y0, double x1, double y1)

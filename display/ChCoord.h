@@ -41,7 +41,8 @@ public:
     void setWheelZoomEnabled(bool on) { m_wheelZoom = on ? 1 : 0; }
     int panCode() const { return m_panCode; }
     void setPanCode(int code) { m_panCode = code; }
-    // 0-7 left, 8-15 right (bit 0 Shift, bit 1 Ctrl, bit 2 Alt), 16 for anything else.
+    // Left 0-7, right 8-15, by held keys: none, Shift, Ctrl, Alt, Shift+Ctrl, Shift+Alt,
+    // Ctrl+Alt, all three; 16 for other buttons or with Meta.
     static int gestureCode(int button, int modifiers);
 
     bool xRangeSet() const { return m_xSet; }

@@ -1,0 +1,495 @@
+#include "display/DispA.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+void sendWheel(QWidget *w, QPoint pos, int deltaY)
+{
+    QWheelEvent e(pos, w->mapToGlobal(pos), QPoint(), QPoint(0, deltaY), Qt::NoButton,
+                  Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(w, &e);
+}
+
+// QTest::mouseMove carries no modifiers, so a move with keys held is sent by hand.
+void sendMove(QWidget *w, QPoint pos, Qt::KeyboardModifiers mods, Qt::MouseButtons buttons = {})
+{
+    QMouseEvent e(QEvent::MouseMove, pos, w->mapToGlobal(pos), Qt::NoButton, buttons, mods);
+    QApplication::sendEvent(w, &e);
+}
+
+void drag(QWidget *w, Qt::MouseButton b, Qt::KeyboardModifiers pressMods, QPoint from, QPoint to,
+          Qt::KeyboardModifiers releaseMods = {})
+{
+    QTest::mousePress(w, b, pressMods, from);
+    QTest::mouseMove(w, to);
+    QTest::mouseRelease(w, b, releaseMods, to);
+}
+
+} // namespace
+
+class TstDispA : public QObject
+{
+    Q_OBJECT
+
+private:
+    // 201 x 101 pixels, so screen x runs 0..200 and y 0..100.
+    std::unique_ptr<DispA> makeCanvas()
+    {
+        auto d = std::make_unique<DispA>();
+        d->resize(201, 101);
+        d->show();
+        if (!QTest::qWaitForWindowExposed(d.get())) qWarning("canvas not exposed");
+        return d;
+    }
+
+private slots:
+    void cornersAndConversions();
+    void plotMarginsEdgesAndTicks();
+    void paintOrderAndBackground();
+    void recorderFlags();
+    void panNeedsShift();
+    void rectangleZoomOrientations();
+    void wheelZoom();
+    void altFreezesReadOut();
+    void enterLeaveAndAttach();
+    void drawsVisiblePartOfImage();
+};
+
+void TstDispA::cornersAndConversions()
+{
+    auto d = makeCanvas();
+    d->resize(300, 150);
+    d->coord.setDataRange(-5.0, 2.0, 5.0, 12.0);
+    QVERIFY(d->coord.xRangeSet() && d->coord.yRangeSet() && d->coord.hasCommittedRange());
+    ChCoord &c = d->coord;
+    QCOMPARE(c.dataToScreenX(-5.0), 0.0);
+    QCOMPARE(c.dataToScreenX(5.0), 299.0);
+    QCOMPARE(c.dataToScreenY(2.0), 149.0);
+    QCOMPARE(c.dataToScreenY(12.0), 0.0);
+    QCOMPARE(c.dataToScreenYMirrored(2.0), -149.0);
+    QCOMPARE(c.dataToScreenYMirrored(7.0), -74.5);
+    QCOMPARE(c.screenToDataX(299.0), 5.0);
+    QCOMPARE(c.screenToDataY(0.0), 12.0);
+    QCOMPARE(c.screenToDataY(149.0), 2.0);
+    QCOMPARE(c.screenToDataX(c.dataToScreenX(1.25)), 1.25);
+    QCOMPARE(c.dataLenToScreenX(10.0), 299.0);
+    QCOMPARE(c.dataLenToScreenY(10.0), -149.0);
+    QCOMPARE(c.screenLenToDataX(299.0), 10.0);
+    QCOMPARE(c.screenOffsetToDataX(299.0), 10.0);
+    QCOMPARE(c.screenToDataXClamped(-40.0), -5.0);
+    QCOMPARE(c.screenToDataXClamped(1000.0), 5.0);
+    QCOMPARE(c.screenToDataYClamped(-40.0), 12.0);
+    QCOMPARE(c.screenToDataYClamped(400.0), 2.0);
+
+    // The mouse read-out goes through the same mapping at the corners.
+    QSignalSpy pos(&c, &ChCoord::nowPos);
+    // (QTest turns a null position into the centre, so use the other diagonal.)
+    QTest::mouseMove(d.get(), QPoint(0, 149));
+    QTest::mouseMove(d.get(), QPoint(299, 0));
+    QCOMPARE(pos.size(), 2);
+    QCOMPARE(pos.at(0).at(0).toDouble(), -5.0);
+    QCOMPARE(pos.at(0).at(1).toDouble(), 2.0);
+    QCOMPARE(pos.at(1).at(0).toDouble(), 5.0);
+    QCOMPARE(pos.at(1).at(1).toDouble(), 12.0);
+}
+
+void TstDispA::plotMarginsEdgesAndTicks()
+{
+    ChCoord c;
+    c.setScreenArea(0, 399, 999, 0);
+    c.setPlotAreaWithMargins();
+    QCOMPARE(c.plotArea().x0, 99.0); // trunc(99.9)
+    QCOMPARE(c.plotArea().x1, 950.0);
+    QCOMPARE(c.plotArea().y0, 360.0); // 399 - trunc(39.9)
+    QCOMPARE(c.plotArea().y1, 19.0);
+    QCOMPARE(c.fullArea().x1, 999.0);
+
+    c.setPlotArea(100, 300, 200, 100);
+    c.setDataRange(0, 0, 1, 1);
+    QCOMPARE(c.dataToScreenX(0.5), 150.0);
+    QCOMPARE(c.dataToScreenY(0.25), 250.0);
+    // 10% of 100 pixels from either end, whichever way the area is given.
+    QVERIFY(c.nearEdgePlotX(109.9));
+    QVERIFY(!c.nearEdgePlotX(110.0));
+    QVERIFY(!c.nearEdgePlotX(190.0));
+    QVERIFY(c.nearEdgePlotX(190.1));
+    QVERIFY(c.nearEdgePlotY(119.0));
+    QVERIFY(c.nearEdgePlotY(281.0));
+    QVERIFY(!c.nearEdgePlotY(200.0));
+    QVERIFY(c.nearEdgeFullX(50.0));
+    QVERIFY(!c.nearEdgeFullX(500.0));
+    QVERIFY(c.nearEdgeFullY(390.0));
+
+    auto ticks = ChCoord::niceTicks(0.0, 7.3);
+    QCOMPARE(ticks.step, 1.0);
+    QCOMPARE(ticks.first, 0.0);
+    QCOMPARE(ticks.last, 7.0);
+    ticks = ChCoord::niceTicks(0.25, 0.0);
+    QCOMPARE(ticks.step, 0.02);
+    QCOMPARE(ticks.first, 0.0);
+    QCOMPARE(ticks.last, 0.24);
+    ticks = ChCoord::niceTicks(3.0, 4.5);
+    QCOMPARE(ticks.step, 0.2);
+    QCOMPARE(ticks.first, 3.0);
+    QCOMPARE(ticks.last, 4.4);
+    ticks = ChCoord::niceTicks(-350.0, 520.0); // m = 8
+    QCOMPARE(ticks.step, 200.0);
+    QCOMPARE(ticks.first, -200.0);
+    QCOMPARE(ticks.last, 400.0);
+    ticks = ChCoord::niceTicks(10.0, 13.5); // m = 3
+    QCOMPARE(ticks.step, 0.5);
+    ticks = ChCoord::niceTicks(2.0, 2.0);
+    QCOMPARE(ticks.step, 0.0);
+    QCOMPARE(ticks.first, 2.0);
+}
+
+void TstDispA::paintOrderAndBackground()
+{
+    DispA d;
+    d.resize(40, 30);
+    QList<int> order;
+    QList<QPainter *> painters;
+    connect(&d, &DispA::drawImage2, &d, [&](QPainter *p) {
+        order << 2;
+        painters << p;
+        p->fillRect(QRect(0, 0, 10, 10), Qt::blue);
+    });
+    connect(&d, &DispA::drawImage0, &d, [&](QPainter *p) {
+        order << 0;
+        painters << p;
+        p->fillRect(QRect(0, 0, 20, 20), Qt::red);
+    });
+    connect(&d, &DispA::drawImage1, &d, [&](QPainter *p) {
+        order << 1;
+        painters << p;
+        // The mapper already knows this paint's size.
+        QCOMPARE(d.coord.plotArea().x1, 39.0);
+        QCOMPARE(d.coord.plotArea().y0, 29.0);
+        p->fillRect(QRect(5, 5, 10, 10), Qt::green);
+    });
+    const QImage img = d.grab().toImage();
+    QCOMPARE(order, (QList<int>{0, 1, 2}));
+    QCOMPARE(painters.at(0), painters.at(1));
+    QCOMPARE(painters.at(1), painters.at(2));
+    QCOMPARE(img.pixelColor(2, 2), QColor(Qt::blue));
+    QCOMPARE(img.pixelColor(12, 12), QColor(Qt::green));
+    QCOMPARE(img.pixelColor(18, 18), QColor(Qt::red));
+    QCOMPARE(img.pixelColor(35, 25), QColor(Qt::white));
+
+    d.background = QColor(10, 20, 30);
+    QCOMPARE(d.grab().toImage().pixelColor(39, 29), QColor(10, 20, 30));
+    QCOMPARE(order.size(), 6);
+}
+
+void TstDispA::recorderFlags()
+{
+    auto d = makeCanvas();
+    MouseC &m = d->mouse;
+    QSignalSpy pressed(&m, &MouseC::mPressed);
+    QSignalSpy released(&m, &MouseC::mReleased);
+    QSignalSpy dclicked(&m, &MouseC::mDClicked);
+
+    QTest::mouseMove(d.get(), QPoint(7, 8));
+    QTest::mousePress(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(20, 30));
+    QCOMPARE(pressed.size(), 1);
+    QCOMPARE(m.prevX, 7);
+    QCOMPARE(m.prevY, 8);
+    QCOMPARE(m.x, 20);
+    QCOMPARE(m.pressY, 30);
+    QVERIFY(m.pressed && m.pressLeft && !m.pressRight);
+    QVERIFY(m.pressShift && !m.pressCtrl && !m.pressAlt);
+    QCOMPARE(m.pressButton, 1);
+    QCOMPARE(m.pressModifiers, MouseC::kShift);
+    QCOMPARE(ChCoord::gestureCode(m.pressButton, m.pressModifiers), 1);
+
+    QTest::mouseMove(d.get(), QPoint(25, 33));
+    QCOMPARE(m.prevX, 20);
+    QCOMPARE(m.x, 25);
+    QTest::mouseRelease(d.get(), Qt::LeftButton, Qt::ControlModifier, QPoint(26, 34));
+    QCOMPARE(released.size(), 1);
+    QVERIFY(!m.pressed && !m.pressLeft);
+    QCOMPARE(m.releaseX, 26);
+    QCOMPARE(m.releaseModifiers, MouseC::kCtrl);
+    QCOMPARE(m.lastModifiers, MouseC::kCtrl);
+
+    // Two keys held is not "exactly" either of them.
+    QTest::mousePress(d.get(), Qt::RightButton, Qt::ShiftModifier | Qt::ControlModifier,
+                      QPoint(40, 41));
+    QVERIFY(m.pressRight && !m.pressLeft);
+    QVERIFY(!m.pressShift && !m.pressCtrl && !m.pressAlt);
+    QCOMPARE(m.pressButton, 2);
+    QCOMPARE(ChCoord::gestureCode(m.pressButton, m.pressModifiers), 12);
+    QTest::mouseRelease(d.get(), Qt::RightButton, Qt::ControlModifier, QPoint(40, 41));
+
+    // A double click records its own fields and leaves the current position alone.
+    QTest::mouseDClick(d.get(), Qt::LeftButton, Qt::AltModifier, QPoint(60, 61));
+    QCOMPARE(dclicked.size(), 1);
+    QCOMPARE(m.dClickX, 60);
+    QCOMPARE(m.dClickY, 61);
+    QCOMPARE(m.dClickModifiers, MouseC::kAlt);
+    QCOMPARE(m.x, 40);
+
+    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, 0), 0);
+    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kCtrl | MouseC::kAlt), 6);
+    QCOMPARE(ChCoord::gestureCode(Qt::RightButton, MouseC::kShift | MouseC::kCtrl | MouseC::kAlt),
+             15);
+    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kAlt), 5);
+    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kMeta), 16);
+    QCOMPARE(ChCoord::gestureCode(Qt::MiddleButton, 0), 16);
+    QCOMPARE(MouseC::wheelStep(120), 1);
+    QCOMPARE(MouseC::wheelStep(-360), -3);
+    QCOMPARE(MouseC::wheelStep(60), 0);
+}
+
+void TstDispA::panNeedsShift()
+{
+    auto d = makeCanvas();
+    ChCoord &c = d->coord;
+    c.setDataRange(0, 0, 200, 100); // screen x = data x, screen y = 100 - data y
+    QSignalSpy updated(&c, &ChCoord::updated);
+    QSignalSpy pos(&c, &ChCoord::nowPos);
+
+    drag(d.get(), Qt::LeftButton, {}, QPoint(100, 50), QPoint(120, 40));
+    QCOMPARE(c.dataRange().x0, 0.0);
+    QCOMPARE(c.dataRange().y1, 100.0);
+    QVERIFY(pos.size() >= 1);
+    QCOMPARE(pos.last().at(0).toDouble(), 120.0);
+    QCOMPARE(pos.last().at(1).toDouble(), 60.0);
+
+    QTest::mousePress(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(100, 50));
+    const auto before = updated.size();
+    QTest::mouseMove(d.get(), QPoint(110, 45));
+    QTest::mouseMove(d.get(), QPoint(120, 40));
+    QTest::mouseRelease(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(120, 40));
+    QVERIFY(updated.size() >= before + 2);
+    // The data point that was under the cursor follows it.
+    QCOMPARE(c.dataRange().x0, -20.0);
+    QCOMPARE(c.dataRange().x1, 180.0);
+    QCOMPARE(c.dataRange().y0, -10.0);
+    QCOMPARE(c.dataRange().y1, 90.0);
+    QCOMPARE(c.screenToDataX(120), 100.0);
+    QCOMPARE(c.screenToDataY(40), 50.0);
+    // Panning is a view change only.
+    QCOMPARE(c.committedRange().x0, 0.0);
+    QCOMPARE(c.committedRange().y1, 100.0);
+
+    // Another gesture can be made the pan gesture.
+    c.setPanCode(2);
+    drag(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(100, 50), QPoint(90, 50));
+    QCOMPARE(c.dataRange().x0, -20.0);
+    drag(d.get(), Qt::LeftButton, Qt::ControlModifier, QPoint(100, 50), QPoint(90, 50));
+    QCOMPARE(c.dataRange().x0, -10.0);
+}
+
+void TstDispA::rectangleZoomOrientations()
+{
+    auto d = makeCanvas();
+    ChCoord &c = d->coord;
+    QSignalSpy updated(&c, &ChCoord::updated);
+    struct Case
+    {
+        QPoint from, to;
+        double y0, y1;
+    };
+    // Image-like mapping: data x = screen x, data y = screen row.
+    const Case cases[] = {{{10, 10}, {110, 60}, 60, 10},
+                          {{110, 60}, {10, 10}, 60, 10},
+                          {{10, 60}, {110, 10}, 10, 60},
+                          {{110, 10}, {10, 60}, 10, 60}};
+    for (const Case &k : cases) {
+        c.setDataRange(0, 100, 200, 0);
+        drag(d.get(), Qt::RightButton, {}, k.from, k.to);
+        QCOMPARE(c.dataRange().x0, 10.0);
+        QCOMPARE(c.dataRange().x1, 110.0);
+        QCOMPARE(c.dataRange().y0, k.y0);
+        QCOMPARE(c.dataRange().y1, k.y1);
+        QCOMPARE(c.committedRange().y0, k.y0);
+    }
+    // Equal x: the release point gives y0.
+    c.setDataRange(0, 100, 200, 0);
+    drag(d.get(), Qt::RightButton, {}, QPoint(50, 20), QPoint(50, 70));
+    QCOMPARE(c.dataRange().y0, 70.0);
+    QCOMPARE(c.dataRange().y1, 20.0);
+
+    // A modifier at the release cancels the zoom but not the notification.
+    c.setDataRange(0, 100, 200, 0);
+    updated.clear();
+    drag(d.get(), Qt::RightButton, {}, QPoint(10, 10), QPoint(110, 60), Qt::ControlModifier);
+    QCOMPARE(c.dataRange().x1, 200.0);
+    QCOMPARE(c.dataRange().y0, 100.0);
+    QVERIFY(!updated.isEmpty());
+    // The left button never zooms.
+    drag(d.get(), Qt::LeftButton, {}, QPoint(10, 10), QPoint(110, 60));
+    QCOMPARE(c.dataRange().x1, 200.0);
+}
+
+void TstDispA::wheelZoom()
+{
+    auto d = makeCanvas();
+    ChCoord &c = d->coord;
+    QSignalSpy updated(&c, &ChCoord::updated);
+    c.setDataRange(0, 0, 200, 100);
+
+    // Middle: both axes zoom in about the point under the cursor.
+    QTest::mouseMove(d.get(), QPoint(50, 40));
+    sendWheel(d.get(), QPoint(50, 40), 120);
+    QCOMPARE(updated.size(), 1);
+    QCOMPARE(c.screenToDataX(50), 50.0);
+    QCOMPARE(c.screenToDataY(40), 60.0);
+    QCOMPARE(c.dataRange().x1 - c.dataRange().x0, 200.0 / 1.1);
+    QVERIFY(qFuzzyCompare(c.dataRange().y1 - c.dataRange().y0, 100.0 / 1.1));
+    QCOMPARE(c.committedRange().x0, c.dataRange().x0);
+
+    // Three notches out and three in restore the range up to rounding; the notch count of
+    // a single event is not used.
+    sendWheel(d.get(), QPoint(50, 40), -360);
+    sendWheel(d.get(), QPoint(50, 40), -120);
+    sendWheel(d.get(), QPoint(50, 40), -120);
+    sendWheel(d.get(), QPoint(50, 40), 120);
+    sendWheel(d.get(), QPoint(50, 40), 30); // truncates to 0: zooms in as well
+    QVERIFY(qAbs(c.dataRange().x0) < 1e-9);
+    QVERIFY(qAbs(c.dataRange().x1 - 200.0) < 1e-9);
+    QVERIFY(qAbs(c.dataRange().y1 - 100.0) < 1e-9);
+
+    // Left tenth: over the vertical axis, only y changes.
+    c.setDataRange(0, 0, 200, 100);
+    QTest::mouseMove(d.get(), QPoint(5, 40));
+    sendWheel(d.get(), QPoint(5, 40), -120);
+    QCOMPARE(c.dataRange().x0, 0.0);
+    QCOMPARE(c.dataRange().x1, 200.0);
+    QVERIFY(qFuzzyCompare(c.dataRange().y1 - c.dataRange().y0, 110.0));
+    QVERIFY(qFuzzyCompare(c.screenToDataY(40), 60.0));
+
+    // Bottom tenth: over the horizontal axis, only x changes.
+    c.setDataRange(0, 0, 200, 100);
+    QTest::mouseMove(d.get(), QPoint(100, 95));
+    sendWheel(d.get(), QPoint(100, 95), 120);
+    QCOMPARE(c.dataRange().y0, 0.0);
+    QCOMPARE(c.dataRange().y1, 100.0);
+    QCOMPARE(c.dataRange().x1 - c.dataRange().x0, 200.0 / 1.1);
+
+    // A corner is near both edges: both axes zoom.
+    c.setDataRange(0, 0, 200, 100);
+    QTest::mouseMove(d.get(), QPoint(2, 98));
+    sendWheel(d.get(), QPoint(2, 98), 120);
+    QVERIFY(c.dataRange().x1 < 200.0);
+    QVERIFY(c.dataRange().y1 < 100.0);
+
+    c.setWheelZoomEnabled(false);
+    c.setDataRange(0, 0, 200, 100);
+    updated.clear();
+    sendWheel(d.get(), QPoint(2, 98), 120);
+    QCOMPARE(c.dataRange().x1, 200.0);
+    QVERIFY(updated.isEmpty());
+}
+
+void TstDispA::altFreezesReadOut()
+{
+    auto d = makeCanvas();
+    d->coord.setDataRange(0, 0, 200, 100);
+    QSignalSpy moved(&d->mouse, &MouseC::mMoved);
+    QSignalSpy pos(&d->coord, &ChCoord::nowPos);
+
+    QTest::mouseMove(d.get(), QPoint(10, 10));
+    sendMove(d.get(), QPoint(20, 20), Qt::AltModifier);
+    QCOMPARE(moved.size(), 2);
+    QVERIFY(d->mouse.moveAlt);
+    QCOMPARE(pos.last().at(0).toDouble(), 20.0);
+
+    QTest::mouseMove(d.get(), QPoint(30, 30));
+    sendMove(d.get(), QPoint(40, 40), Qt::NoModifier);
+    QCOMPARE(moved.size(), 2);
+    QCOMPARE(pos.size(), 2);
+    QCOMPARE(d->mouse.x, 20);
+
+    // A press records new modifiers and lifts the freeze.
+    QTest::mousePress(d.get(), Qt::LeftButton, {}, QPoint(50, 50));
+    QTest::mouseMove(d.get(), QPoint(60, 50));
+    QCOMPARE(moved.size(), 3);
+    QCOMPARE(d->mouse.x, 60);
+    QVERIFY(!d->mouse.moveAlt);
+    QTest::mouseRelease(d.get(), Qt::LeftButton, {}, QPoint(60, 50));
+}
+
+void TstDispA::enterLeaveAndAttach()
+{
+    DispA d;
+    QSignalSpy enterLeave(&d.mouse, &MouseC::mEnterLeave);
+    QSignalSpy entered(&d.mouse, &MouseC::mEntered);
+    QSignalSpy left(&d.mouse, &MouseC::mLeaved);
+    QEnterEvent enter(QPointF(3, 3), QPointF(3, 3), QPointF(3, 3));
+    QApplication::sendEvent(&d, &enter);
+    QVERIFY(d.mouse.inside);
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(&d, &leave);
+    QVERIFY(!d.mouse.inside);
+    QCOMPARE(entered.size(), 1);
+    QCOMPARE(left.size(), 1);
+    QCOMPARE(enterLeave.size(), 2);
+    QCOMPARE(enterLeave.at(0).at(0).toBool(), true);
+    QCOMPARE(enterLeave.at(1).at(0).toBool(), false);
+
+    // After attaching another recorder the canvas's own no longer drives the mapper.
+    MouseC other;
+    d.coord.attachMouse(&other);
+    QCOMPARE(d.coord.mouse(), &other);
+    QSignalSpy updated(&d.coord, &ChCoord::updated);
+    QTest::mousePress(&d, Qt::LeftButton, {}, QPoint(5, 5));
+    QTest::mouseRelease(&d, Qt::LeftButton, {}, QPoint(5, 5));
+    QVERIFY(updated.isEmpty());
+    emit other.mPressed();
+    QCOMPARE(updated.size(), 1);
+    d.coord.attachMouse(nullptr);
+    QCOMPARE(d.coord.mouse(), &other);
+    emit other.mPressed();
+    QCOMPARE(updated.size(), 1);
+}
+
+void TstDispA::drawsVisiblePartOfImage()
+{
+    // 4 x 2 cells with distinct colours, row 0 on top as in an image display.
+    QImage src(4, 2, QImage::Format_RGB888);
+    const QColor cols[2][4] = {{Qt::red, Qt::green, Qt::blue, Qt::yellow},
+                               {Qt::cyan, Qt::magenta, Qt::black, Qt::gray}};
+    for (int j = 0; j < 2; ++j)
+        for (int i = 0; i < 4; ++i)
+            src.setPixelColor(i, j, cols[j][i]);
+
+    DispA d;
+    d.resize(101, 101);
+    connect(&d, &DispA::drawImage1, &d,
+            [&](QPainter *p) { d.coord.drawImage(p, src, QRectF(0, 0, 4, 2)); });
+
+    // Zoomed on cells (1..3, 0..2): two columns visible, 50 screen pixels each.
+    d.coord.setDataRange(1, 2, 3, 0);
+    QImage shot = d.grab().toImage();
+    QCOMPARE(shot.pixelColor(20, 20), QColor(Qt::green));
+    QCOMPARE(shot.pixelColor(80, 20), QColor(Qt::blue));
+    QCOMPARE(shot.pixelColor(20, 80), QColor(Qt::magenta));
+    QCOMPARE(shot.pixelColor(80, 80), QColor(Qt::black));
+    const QRectF vis = d.coord.visibleSourceRect(src.size(), QRectF(0, 0, 4, 2));
+    QVERIFY(qAbs(vis.left() - 1.0) < 1e-9);
+    QVERIFY(vis.right() > 3.0 && vis.right() < 3.05);
+    QCOMPARE(vis.top(), 0.0);
+    QCOMPARE(vis.bottom(), 2.0);
+
+    // With data y growing upward the picture is drawn upside down.
+    d.coord.setDataRange(1, 0, 3, 2);
+    shot = d.grab().toImage();
+    QCOMPARE(shot.pixelColor(20, 20), QColor(Qt::magenta));
+    QCOMPARE(shot.pixelColor(80, 80), QColor(Qt::blue));
+
+    // Panned off the picture: nothing but background.
+    d.coord.setDataRange(10, 2, 12, 0);
+    QVERIFY(d.coord.visibleSourceRect(src.size(), QRectF(0, 0, 4, 2)).isEmpty());
+    shot = d.grab().toImage();
+    QCOMPARE(shot.pixelColor(50, 50), QColor(Qt::white));
+}
+
+QTEST_MAIN(TstDispA)
+#include "tst_dispa.moc"
