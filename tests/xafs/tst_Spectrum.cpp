@@ -1,0 +1,216 @@
+#include "xafs/LuSolver.h"
+#include "xafs/Spectrum.h"
+
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+
+class TestSpectrum : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void extremesAndClear();
+    void smoothingAtTheEnds();
+    void interpolationInsideAndBeyond();
+    void interpolationEdgeCases();
+    void shiftAppliesToEveryRead();
+    void solverPermutedAndSingular();
+};
+
+void TestSpectrum::extremesAndClear()
+{
+    Spectrum s;
+    QCOMPARE(s.indexOfMinY(), -1);
+    s.append(2.0, 5.0);
+    QCOMPARE(s.minX(), 2.0);
+    QCOMPARE(s.maxX(), 2.0);
+    QCOMPARE(s.indexOfMinY(), 0);
+    QCOMPARE(s.indexOfMaxY(), 0);
+    s.append(1.0, 7.0);
+    s.append(3.0, 7.0); // equal maximum later: index stays
+    s.append(4.0, 5.0); // equal minimum later: index stays
+    s.append(5.0, -1e308);
+    QCOMPARE(s.minX(), 1.0);
+    QCOMPARE(s.maxX(), 5.0);
+    QCOMPARE(s.maxY(), 7.0);
+    QCOMPARE(s.indexOfMaxY(), 1);
+    QCOMPARE(s.minY(), -1e308);
+    QCOMPARE(s.indexOfMinY(), 4);
+
+    s.clear();
+    QVERIFY(s.isEmpty());
+    QCOMPARE(s.indexOfMaxY(), -1);
+    // A huge sample must still replace the empty extremes.
+    s.append(1e305, 1e305);
+    QCOMPARE(s.minX(), 1e305);
+    QCOMPARE(s.maxY(), 1e305);
+    QCOMPARE(s.minY(), 1e305);
+}
+
+void TestSpectrum::smoothingAtTheEnds()
+{
+    Spectrum s;
+    const double ys[] = {1, 2, 4, 8, 16, 32};
+    for (int i = 0; i < 6; ++i)
+        s.append(i, ys[i]);
+    s.smooth(2);
+    const std::vector<double> &m = s.smoothedY();
+    QCOMPARE(int(m.size()), 6);
+    QCOMPARE(m[0], (1 + 2 + 4) / 3.0);
+    QCOMPARE(m[1], (1 + 2 + 4 + 8) / 4.0);
+    QCOMPARE(m[2], (1 + 2 + 4 + 8 + 16) / 5.0);
+    QCOMPARE(m[3], (2 + 4 + 8 + 16 + 32) / 5.0);
+    QCOMPARE(m[4], (4 + 8 + 16 + 32) / 4.0);
+    QCOMPARE(m[5], (8 + 16 + 32) / 3.0);
+
+    // A half width wider than the list averages everything at every point.
+    s.smooth(10);
+    for (double v : s.smoothedY())
+        QCOMPARE(v, 63.0 / 6.0);
+    s.smooth(0);
+    for (int i = 0; i < 6; ++i)
+        QCOMPARE(s.smoothedY()[i], ys[i]);
+
+    // Interpolating the average at a sample reads the average there.
+    s.smooth(2);
+    QCOMPARE(s.interpolateSmoothed(3.0), m[3]);
+
+    Spectrum one;
+    one.append(0, 3);
+    one.smooth(2);
+    QCOMPARE(one.smoothedY()[0], 3.0);
+    Spectrum none;
+    none.smooth(2);
+    QVERIFY(none.smoothedY().empty());
+}
+
+void TestSpectrum::interpolationInsideAndBeyond()
+{
+    Spectrum s;
+    s.append(0.0, 1.0);
+    s.append(1.0, 3.0);
+    s.append(2.0, 4.0);
+    s.append(4.0, 0.0);
+    // At the samples.
+    QCOMPARE(s.interpolate(0.0), 1.0);
+    QCOMPARE(s.interpolate(1.0), 3.0);
+    QCOMPARE(s.interpolate(2.0), 4.0);
+    QCOMPARE(s.interpolate(4.0), 0.0);
+    // Between them.
+    QCOMPARE(s.interpolate(0.5), 2.0);
+    QCOMPARE(s.interpolate(1.5), 3.5);
+    QCOMPARE(s.interpolate(3.0), 2.0);
+    // Beyond the ends the end segments are extended, never clamped.
+    QCOMPARE(s.interpolate(-1.0), -1.0);
+    QCOMPARE(s.interpolate(-10.0), -19.0);
+    QCOMPARE(s.interpolate(6.0), -4.0);
+}
+
+void TestSpectrum::interpolationEdgeCases()
+{
+    Spectrum empty;
+    QCOMPARE(empty.interpolate(1.0), 0.0);
+
+    Spectrum one;
+    one.append(5.0, 2.5);
+    QCOMPARE(one.interpolate(-100.0), 2.5);
+    QCOMPARE(one.interpolate(100.0), 2.5);
+
+    // Duplicated energies at the ends and inside give the mean of the pair.
+    Spectrum dup;
+    dup.append(0.0, 1.0);
+    dup.append(0.0, 3.0);
+    dup.append(1.0, 5.0);
+    dup.append(1.0, 9.0);
+    QCOMPARE(dup.interpolate(-1.0), 2.0);
+    QCOMPARE(dup.interpolate(2.0), 7.0);
+    QCOMPARE(dup.interpolate(0.5), 4.0);
+
+    // Unsorted energies must still end and stay in range.
+    Spectrum mess;
+    const double xs[] = {3, 1, 4, 1, 5, 9, 2, 6};
+    for (int i = 0; i < 8; ++i)
+        mess.append(xs[i], i);
+    for (double e : {-1.0, 2.5, 7.0, 100.0})
+        QVERIFY(std::isfinite(mess.interpolate(e)));
+}
+
+void TestSpectrum::shiftAppliesToEveryRead()
+{
+    Spectrum s;
+    s.append(10.0, 0.0);
+    s.append(20.0, 10.0);
+    s.setXOffset(true, 10.0);
+    QCOMPARE(s.x(0), 0.0);
+    QCOMPARE(s.storedX(0), 10.0);
+    QCOMPARE(s.interpolate(5.0), 5.0);
+    QCOMPARE(s.effectiveXOffset(), 10.0);
+    s.setXOffset(false, 10.0);
+    QCOMPARE(s.x(0), 10.0);
+    QCOMPARE(s.interpolate(5.0), -5.0);
+    QCOMPARE(s.effectiveXOffset(), 0.0);
+}
+
+void TestSpectrum::solverPermutedAndSingular()
+{
+    // A zero leading entry needs a row exchange.
+    LuSolver a(3);
+    const double m[3][3] = {{0, 2, 1}, {1, 1, 1}, {4, 0, 3}};
+    const double x[3] = {1.5, -2.0, 0.25};
+    for (int r = 0; r < 3; ++r) {
+        double b = 0;
+        for (int c = 0; c < 3; ++c) {
+            a.setMatrix(r, c, m[r][c]);
+            b += m[r][c] * x[c];
+        }
+        a.setRhs(r, b);
+    }
+    QVERIFY(a.run().ok());
+    for (int k = 0; k < 3; ++k)
+        QVERIFY(std::fabs(a.solution(k) - x[k]) < 1e-12);
+
+    // Reverse-ordered rows of a 4 x 4 system.
+    LuSolver b(4);
+    const double n[4][4] = {{0, 0, 0, 3}, {0, 0, 2, 1}, {0, 5, 1, 1}, {7, 1, 1, 1}};
+    const double rhs[4] = {3, 3, 7, 10};
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c)
+            b.setMatrix(r, c, n[r][c]);
+        b.setRhs(r, rhs[r]);
+    }
+    QVERIFY(b.run().ok());
+    for (int k = 0; k < 4; ++k)
+        QVERIFY(std::fabs(b.solution(k) - 1.0) < 1e-12);
+
+    // A zero column fails at the decomposition, and the later stages follow.
+    LuSolver zero(2);
+    zero.setMatrix(0, 1, 1);
+    zero.setMatrix(1, 1, 2);
+    const LuSolver::Result rz = zero.run();
+    QVERIFY(!rz.decomposed);
+    QVERIFY(!rz.forwarded);
+    QVERIFY(!rz.solved);
+    QVERIFY(!rz.ok());
+
+    // Dependent rows leave a zero last pivot, found by the back substitution.
+    LuSolver dep(2);
+    dep.setMatrix(0, 0, 1);
+    dep.setMatrix(0, 1, 2);
+    dep.setMatrix(1, 0, 2);
+    dep.setMatrix(1, 1, 4);
+    const LuSolver::Result rd = dep.run();
+    QVERIFY(rd.decomposed);
+    QVERIFY(rd.forwarded);
+    QVERIFY(!rd.solved);
+
+    // NaN is not a zero pivot.
+    LuSolver withNan(2);
+    withNan.setMatrix(0, 0, std::numeric_limits<double>::quiet_NaN());
+    withNan.setMatrix(1, 1, 1);
+    QVERIFY(withNan.decompose());
+}
+
+QTEST_GUILESS_MAIN(TestSpectrum)
+#include "tst_Spectrum.moc"
