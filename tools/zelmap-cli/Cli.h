@@ -31,6 +31,7 @@ QString number(double v);
 
 int info(const QStringList &args, QTextStream &out, QTextStream &err);
 int dump(const QStringList &args, QTextStream &out, QTextStream &err);
+int xafs(const QStringList &args, QTextStream &out, QTextStream &err);
 int render(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
