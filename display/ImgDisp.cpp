@@ -1,0 +1,282 @@
+#include "display/ImgDisp.h"
+
+#include "display/ChCoord.h"
+#include "display/ColorBar.h"
+#include "display/ColorBar0.h"
+#include "display/DispA.h"
+#include "display/MouseC.h"
+#include "ui_ImgDisp.h"
+
+#include <QCloseEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int kHeldKeys = MouseC::kShift | MouseC::kCtrl | MouseC::kAlt;
+
+} // namespace
+
+ImgDisp::ImgDisp(QWidget *parent) : QFrame(parent), m_ui(std::make_unique<Ui_ImgDisp>())
+{
+    m_ui->setupUi(this);
+    m_canvas = m_ui->ImgDispA;
+    m_bar = m_ui->CBar;
+    m_mouse = &m_canvas->mouse;
+    m_coord = &m_canvas->coord;
+
+    // The display zooms with its own factors and uses plain right presses to clear regions,
+    // so the mapper's wheel and rectangle zoom are cut off; panning is passed on by hand.
+    m_coord->attachMouse(nullptr);
+    m_coord->setWheelZoomEnabled(false);
+
+    connect(m_mouse, &MouseC::mMoved, this, &ImgDisp::mMoved);
+    connect(m_mouse, &MouseC::mPressed, this, &ImgDisp::mPressed);
+    connect(m_mouse, &MouseC::mReleased, this, &ImgDisp::mReleased);
+    connect(m_mouse, &MouseC::wMoved, this, &ImgDisp::zoom);
+    connect(m_mouse, &MouseC::wMoved, this, &ImgDisp::wMoved);
+    connect(m_canvas, &DispA::drawImage1, this, &ImgDisp::drawImage1);
+    connect(m_canvas, &DispA::drawImage2, this, &ImgDisp::drawImage2);
+    connect(m_canvas, &DispA::drawImage2, this, &ImgDisp::drawRegions);
+
+    connect(m_ui->ScaleReset, &QPushButton::clicked, this, &ImgDisp::resetScale);
+    connect(m_ui->SetARegion, &QPushButton::clicked, this, &ImgDisp::setARegion);
+    connect(m_ui->DelARegion, &QPushButton::clicked, this, &ImgDisp::delARegion);
+    connect(m_ui->GrayScale, &QCheckBox::toggled, this, &ImgDisp::setCBarGrayScale);
+    connect(m_ui->Regions, &QComboBox::currentIndexChanged, m_canvas,
+            qOverload<>(&QWidget::update));
+
+    resetScale();
+}
+
+ImgDisp::~ImgDisp() = default;
+
+void ImgDisp::setImageSize(int width, int height)
+{
+    m_imageW = width;
+    m_imageH = height;
+    resetScale();
+}
+
+double ImgDisp::dataX() const
+{
+    return m_coord->screenToDataX(m_mouse->x);
+}
+
+double ImgDisp::dataY() const
+{
+    return m_coord->screenToDataY(m_mouse->y);
+}
+
+bool ImgDisp::plainPress() const
+{
+    return m_mouse->pressButton == Qt::LeftButton && (m_mouse->pressModifiers & kHeldKeys) == 0;
+}
+
+QRect ImgDisp::regionRect() const
+{
+    if (m_regionState == NoRegion) return QRect();
+    const double x0 = std::min(m_startDX, m_endDX);
+    const double x1 = std::max(m_startDX, m_endDX);
+    const double y0 = std::min(m_startDY, m_endDY);
+    const double y1 = std::max(m_startDY, m_endDY);
+    return QRect(int(x0), int(y0), int(x1 - x0), int(y1 - y0));
+}
+
+QString ImgDisp::regionLabel() const
+{
+    return m_ui->Region->text();
+}
+
+QString ImgDisp::posValText() const
+{
+    return m_ui->PosVal->text();
+}
+
+void ImgDisp::updateRegionLabel()
+{
+    if (m_regionState == NoRegion) {
+        m_ui->Region->clear();
+        return;
+    }
+    const QRect r = regionRect();
+    m_ui->Region->setText(QStringLiteral("(%1, %2)-(%3, %4)")
+                              .arg(r.left())
+                              .arg(r.top())
+                              .arg(r.right())
+                              .arg(r.bottom()));
+}
+
+void ImgDisp::mPressed()
+{
+    if (plainPress()) {
+        m_regionState = Drawing;
+        m_startSX = m_endSX = m_mouse->x;
+        m_startSY = m_endSY = m_mouse->y;
+        m_startDX = m_endDX = dataX();
+        m_startDY = m_endDY = dataY();
+        updateRegionLabel();
+    } else if (m_mouse->pressButton == Qt::RightButton &&
+               (m_mouse->pressModifiers & kHeldKeys) == 0) {
+        m_regionState = NoRegion;
+        updateRegionLabel();
+        emit regionCleared();
+    }
+    m_coord->mPressed();
+    emit mPressedWithin(dataX(), dataY());
+}
+
+void ImgDisp::mMoved()
+{
+    if (m_mouse->pressed && plainPress()) {
+        m_endSX = m_mouse->x;
+        m_endSY = m_mouse->y;
+        m_endDX = dataX();
+        m_endDY = dataY();
+        updateRegionLabel();
+    }
+    // Read-out first, then the mapper's own panning (Shift with the left button).
+    emit mMovedWithin(dataX(), dataY());
+    m_coord->mMoved();
+}
+
+void ImgDisp::mReleased()
+{
+    if (m_mouse->releaseButton == Qt::LeftButton && (m_mouse->releaseModifiers & kHeldKeys) == 0) {
+        m_regionState = Drawn;
+        m_endSX = m_mouse->x;
+        m_endSY = m_mouse->y;
+        m_endDX = dataX();
+        m_endDY = dataY();
+        emit newRegion(regionRect());
+        updateRegionLabel();
+    }
+    emit mReleasedWithin(dataX(), dataY());
+}
+
+void ImgDisp::setCBarGrayScale(bool f)
+{
+    if (m_ui->GrayScale->isChecked() != f) {
+        const QSignalBlocker block(m_ui->GrayScale);
+        m_ui->GrayScale->setChecked(f);
+    }
+    m_bar->setPixelFormat(f ? ColorBar0::kFormatGrayscale8 : ColorBar0::kFormatRgb888);
+    m_bar->paintCBar();
+}
+
+QRect ImgDisp::regionAt(int index) const
+{
+    const QVariant v = m_ui->Regions->itemData(index);
+    if (v.typeId() != QMetaType::QRect) return QRect();
+    return v.toRect();
+}
+
+QList<QRect> ImgDisp::regions() const
+{
+    QList<QRect> list;
+    for (int i = 0; i < m_ui->Regions->count(); ++i)
+        list.append(regionAt(i));
+    return list;
+}
+
+void ImgDisp::setARegion()
+{
+    if (m_regionState != Drawn) return;
+    const QRect r = regionRect();
+    m_ui->Regions->insertItem(
+        0,
+        QStringLiteral("(%1,%2)-(%3,%4)").arg(r.left()).arg(r.top()).arg(r.right()).arg(r.bottom()),
+        QVariant::fromValue(r));
+    m_ui->Regions->setCurrentIndex(0);
+}
+
+void ImgDisp::delARegion()
+{
+    QComboBox *list = m_ui->Regions;
+    const int idx = list->currentIndex();
+    if (idx < 0 || idx >= list->count()) return;
+    list->removeItem(idx);
+    if (list->currentIndex() >= list->count()) list->setCurrentIndex(list->count() - 1);
+    m_canvas->update();
+}
+
+void ImgDisp::clearRegions()
+{
+    m_ui->Regions->clear();
+    m_ui->Region->clear();
+    m_canvas->update();
+}
+
+void ImgDisp::zoom(int step)
+{
+    const double ax = dataX();
+    const double ay = dataY();
+    const double factor = step >= 0 ? 0.9 : 1.1;
+    const ChCoord::Area d = m_coord->dataRange();
+    const double x0 = (d.x0 - ax) * factor + ax;
+    const double x1 = (d.x1 - ax) * factor + ax;
+    const double y0 = (d.y0 - ay) * factor + ay;
+    const double y1 = (d.y1 - ay) * factor + ay;
+    m_coord->setDataRange(x0, y0, x1, y1);
+    m_viewX = x0;
+    m_viewY = y1;
+    m_viewW = x1 - x0;
+    m_viewH = y0 - y1;
+    m_canvas->update();
+}
+
+void ImgDisp::resetScale()
+{
+    m_viewX = 0.0;
+    m_viewY = 0.0;
+    m_viewW = m_imageW;
+    m_viewH = m_imageH;
+    m_coord->setDataRange(0.0, m_imageH, m_imageW, 0.0);
+    m_canvas->update();
+    emit scaleReset();
+}
+
+void ImgDisp::showAdditional(bool f)
+{
+    m_ui->AdditionalLayoutFrame->setVisible(f);
+}
+
+void ImgDisp::addAdditionalWidget(QWidget *w, int ix, int iy)
+{
+    m_ui->AdditionalLayout->addWidget(w, ix, iy);
+}
+
+void ImgDisp::showPosVal(int ix, int iy, double val, bool valid)
+{
+    const QString v = valid ? QString::number(val, 'g', 6) : QStringLiteral("--");
+    m_ui->PosVal->setText(QStringLiteral("%1 (%2, %3)").arg(v).arg(ix).arg(iy));
+}
+
+void ImgDisp::closeEvent(QCloseEvent *e)
+{
+    emit closing();
+    QFrame::closeEvent(e);
+}
+
+void ImgDisp::drawRegions(QPainter *p)
+{
+    // Kept regions in palette colours (index 0 is the drawn one), outlines on pixel edges.
+    auto outline = [this, p](const QRect &r, const QColor &c) {
+        if (r.width() < 1 || r.height() < 1) return;
+        const double sx0 = m_coord->dataToScreenX(r.left());
+        const double sx1 = m_coord->dataToScreenX(r.left() + r.width());
+        const double sy0 = m_coord->dataToScreenY(r.top());
+        const double sy1 = m_coord->dataToScreenY(r.top() + r.height());
+        p->setPen(QPen(c, 1));
+        p->setBrush(Qt::NoBrush);
+        p->drawRect(QRectF(QPointF(sx0, sy0), QPointF(sx1, sy1)).normalized());
+    };
+    p->save();
+    const QList<QRect> kept = regions();
+    for (int i = 0; i < kept.size(); ++i)
+        outline(kept[i], ColorBar0::paletteColor(i + 1));
+    if (m_regionState != NoRegion) outline(regionRect(), ColorBar0::paletteColor(0));
+    p->restore();
+}
