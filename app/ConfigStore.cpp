@@ -88,7 +88,8 @@ bool ConfigStore::readFileNested(const QString &path)
     }
     m_currentFile = path;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+    // Only regular files: a device or a pipe could block or never end.
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
         qDebug().noquote() << "Can't open config file : " + path;
         return false;
     }

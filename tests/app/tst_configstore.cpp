@@ -104,6 +104,13 @@ void TestConfigStore::includeOrderAndCycles()
     QVERIFY(d.readFile(m_dir.filePath(QStringLiteral("x.cfg"))));
     QCOMPARE(d.value(QStringLiteral("X2")), QStringLiteral("done"));
     QCOMPARE(d.value(QStringLiteral("Y2")), QStringLiteral("done"));
+
+    // A device is no configuration file: reading it would never end.
+    write(QStringLiteral("dev.cfg"), "include /dev/zero\nAfter yes\n");
+    ConfigStore e;
+    QTest::ignoreMessage(QtDebugMsg, "Can't open config file : /dev/zero");
+    QVERIFY(e.readFile(m_dir.filePath(QStringLiteral("dev.cfg"))));
+    QCOMPARE(e.value(QStringLiteral("after")), QStringLiteral("yes"));
 }
 
 void TestConfigStore::commandLineValues()
