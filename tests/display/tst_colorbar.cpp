@@ -1,0 +1,246 @@
+#include "display/ColorBar.h"
+#include "display/DrawText.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTest>
+
+class TstColorBar : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Same size as the bar picture, so that screen rows are picture rows.
+    std::unique_ptr<ColorBar> makeBar(int height)
+    {
+        auto bar = std::make_unique<ColorBar>();
+        bar->resize(ColorBar::kPictureWidth, height);
+        bar->show();
+        if (!QTest::qWaitForWindowExposed(bar.get())) qWarning("bar not exposed");
+        return bar;
+    }
+
+private slots:
+    void barPictureOnScreen();
+    void labelsOnWhiteGround();
+    void markerDragAndTie();
+    void dragBeyondEndsAndCrossing();
+    void turnedTextKeepsCentreAndFits();
+};
+
+void TstColorBar::barPictureOnScreen()
+{
+    auto bar = makeBar(600);
+    bar->paintCBar(); // the picture follows the canvas height it now has
+    QImage shot = bar->grab().toImage();
+    QCOMPARE(shot.size(), QSize(20, 600));
+    // Screen row y shows the ramp at (599 - y) / 600; labels cover only the two ends.
+    QCOMPARE(shot.pixelColor(10, 299), QColor(255, 128, 0));  // entry 383
+    QCOMPARE(shot.pixelColor(3, 449), QColor(191, 0, 0));     // entry 191
+    QCOMPARE(shot.pixelColor(17, 149), QColor(255, 255, 64)); // entry 574
+    QCOMPARE(bar->colorOfH(0), QColor(0, 0, 0));
+    QCOMPARE(bar->colorOfH(600), QColor(255, 255, 255));
+    QCOMPARE(bar->colorOfH(-5), QColor(0, 0, 0));
+    QCOMPARE(bar->colorOfH(900), QColor(255, 255, 255));
+
+    // Markers at a quarter and three quarters: lines at their rows, ramp squeezed between.
+    QSignalSpy updated(bar.get(), &ColorBar::cBarUpdated);
+    bar->setMarkers(0.25, 0.75);
+    bar->paintCBar();
+    QCOMPARE(updated.size(), 1);
+    shot = bar->grab().toImage();
+    QCOMPARE(shot.pixelColor(10, 150), QColor(0, 192, 255));
+    QCOMPARE(shot.pixelColor(10, 450), QColor(0, 192, 255));
+    QCOMPARE(shot.pixelColor(10, 299), QColor(255, 128, 0));
+    QCOMPARE(shot.pixelColor(10, 499), QColor(0, 0, 0));
+    QCOMPARE(shot.pixelColor(10, 119), QColor(255, 255, 255));
+
+    bar->setPixelFormat(ColorBar0::kFormatGrayscale8);
+    bar->setMarkers(0.0, 1.0);
+    bar->paintCBar();
+    shot = bar->grab().toImage();
+    QCOMPARE(shot.pixelColor(10, 299), QColor(128, 128, 128));
+    QCOMPARE(shot.pixelColor(10, 449), QColor(64, 64, 64));
+
+    // A bar of another height stretches the picture over itself.
+    bar->setPixelFormat(ColorBar0::kFormatRgb32);
+    bar->resize(20, 300);
+    bar->paintCBar();
+    shot = bar->grab().toImage();
+    QCOMPARE(shot.size(), QSize(20, 300));
+    const QColor mid = shot.pixelColor(10, 150);
+    QCOMPARE(mid.red(), 255);
+    QCOMPARE(mid.blue(), 0);
+    QVERIFY(mid.green() > 120 && mid.green() < 135);
+}
+
+void TstColorBar::labelsOnWhiteGround()
+{
+    auto bar = makeBar(600);
+    bar->setValueRange(-2.5, 1234.5);
+    bar->paintCBar();
+    const QImage shot = bar->grab().toImage();
+    // The top label starts at the top end, the bottom one ends at the bottom end: white
+    // ground and label-coloured glyph pixels there, but not in the middle of the bar.
+    const auto count = [&](int y0, int y1, const QColor &c) {
+        int n = 0;
+        for (int y = y0; y < y1; ++y)
+            for (int x = 0; x < shot.width(); ++x)
+                n += shot.pixelColor(x, y) == c;
+        return n;
+    };
+    QVERIFY(count(3, 40, Qt::white) > 20);
+    QVERIFY(count(560, 597, Qt::white) > 20);
+    QCOMPARE(count(250, 350, Qt::white), 0);
+    const auto greenish = [&](int y0, int y1) {
+        int n = 0;
+        for (int y = y0; y < y1; ++y)
+            for (int x = 0; x < shot.width(); ++x) {
+                const QColor c = shot.pixelColor(x, y);
+                n += c.red() < 100 && c.green() > 200 && c.blue() > 120;
+            }
+        return n;
+    };
+    QVERIFY(greenish(0, 100) > 5);
+    QVERIFY(greenish(500, 600) > 5);
+}
+
+void TstColorBar::markerDragAndTie()
+{
+    auto bar = makeBar(600);
+    QSignalSpy updating(bar.get(), &ColorBar::cBarUpdating);
+    QSignalSpy updated(bar.get(), &ColorBar::cBarUpdated);
+
+    // Moving without a button changes nothing.
+    QTest::mouseMove(bar.get(), QPoint(10, 200));
+    QVERIFY(updating.isEmpty());
+
+    // Exactly midway between the default markers: neither is taken, yet owners still hear
+    // of the move with a button held.
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 300));
+    QVERIFY(!bar->isDragging());
+    QTest::mouseMove(bar.get(), QPoint(10, 200));
+    QCOMPARE(updating.size(), 1);
+    QCOMPARE(bar->lowerMarker(), 0.0);
+    QCOMPARE(bar->upperMarker(), 1.0);
+    updated.clear();
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 200));
+    QCOMPARE(updated.size(), 1);
+
+    // Near the top: the upper marker follows the cursor.
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 60));
+    QVERIFY(bar->isDragging());
+    QVERIFY(!bar->isDraggingLower());
+    QTest::mouseMove(bar.get(), QPoint(10, 120));
+    QCOMPARE(updating.size(), 2);
+    QCOMPARE(bar->upperMarker(), 0.8);
+    QCOMPARE(bar->lowerMarker(), 0.0);
+    updated.clear();
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 120));
+    QCOMPARE(updated.size(), 1);
+    QVERIFY(!bar->isDragging());
+    // The marker line moved with it, and the ramp now ends at the marker.
+    const QImage shot = bar->grab().toImage();
+    // (1 - 0.8) * 600 truncates to 119 in doubles.
+    QCOMPARE(shot.pixelColor(10, 119), QColor(0, 192, 255));
+    QCOMPARE(shot.pixelColor(10, 110), QColor(255, 255, 255));
+
+    // Near the bottom: the lower marker.
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 540));
+    QVERIFY(bar->isDragging() && bar->isDraggingLower());
+    QTest::mouseMove(bar.get(), QPoint(10, 510));
+    QTest::mouseMove(bar.get(), QPoint(10, 450));
+    QCOMPARE(updating.size(), 4);
+    QCOMPARE(bar->lowerMarker(), 0.25);
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 450));
+
+    // Any button drags; the right one too.
+    QTest::mousePress(bar.get(), Qt::RightButton, {}, QPoint(10, 180));
+    QTest::mouseMove(bar.get(), QPoint(10, 150));
+    QCOMPARE(bar->upperMarker(), 0.75);
+    QTest::mouseRelease(bar.get(), Qt::RightButton, {}, QPoint(10, 150));
+
+    // Midway between 0.25 and 0.75 is another exact tie.
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 300));
+    QVERIFY(!bar->isDragging());
+    QTest::mouseMove(bar.get(), QPoint(10, 10));
+    QCOMPARE(bar->lowerMarker(), 0.25);
+    QCOMPARE(bar->upperMarker(), 0.75);
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 10));
+}
+
+void TstColorBar::dragBeyondEndsAndCrossing()
+{
+    auto bar = makeBar(300);
+    bar->setValueRange(0.0, 10.0);
+    const auto whiteInMiddle = [&] {
+        // The dragged value's label ends at the middle of the bar (rows 126..174 of 300).
+        const QImage shot = bar->grab().toImage();
+        int white = 0;
+        for (int y = 126; y < 175; ++y)
+            for (int x = 0; x < 20; ++x)
+                white += shot.pixelColor(x, y) == QColor(Qt::white);
+        return white;
+    };
+    QCOMPARE(whiteInMiddle(), 0);
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 20));
+    QTest::mouseMove(bar.get(), QPoint(10, -30));
+    QCOMPARE(bar->upperMarker(), 1.1);
+    QVERIFY(whiteInMiddle() > 10);
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, -30));
+    // Not the full ramp any more: the top of the bar is short of white.
+    QVERIFY(bar->colorOfH(300) != QColor(255, 255, 255));
+
+    // The lower marker pulled above the upper one inverts the ramp.
+    bar->setMarkers(0.0, 0.5);
+    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 290));
+    QTest::mouseMove(bar.get(), QPoint(10, 30));
+    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 30));
+    QCOMPARE(bar->lowerMarker(), 0.9);
+    QCOMPARE(bar->colorOfH(0), QColor(255, 255, 255));
+    QCOMPARE(bar->colorOfH(300), QColor(0, 0, 0));
+}
+
+void TstColorBar::turnedTextKeepsCentreAndFits()
+{
+    QImage img(200, 200, QImage::Format_RGB32);
+    img.fill(Qt::black);
+    QPainter p(&img);
+    p.setPen(Qt::red);
+    const QRectF box(50, 90, 100, 20); // centre (100, 100)
+    const QRectF took = DrawText::draw(&p, 90.0, box, QFont(), Qt::AlignCenter, DrawText::kFit,
+                                       QStringLiteral("12345"), 0.0, true, Qt::white);
+    const QTransform after = p.transform();
+    p.end();
+    QVERIFY(after.isIdentity());
+    // Turned by a quarter: tall and narrow, within the turned box (20 by 100 about the
+    // centre) up to font rounding, and filling it along one of its sides.
+    QVERIFY(took.height() > took.width());
+    QVERIFY(qAbs(took.center().x() - 100.0) < 1.5);
+    QVERIFY(qAbs(took.center().y() - 100.0) < 1.5);
+    QVERIFY(took.width() <= 22.0);
+    QVERIFY(took.height() <= 102.0);
+    QVERIFY(took.width() > 16.0 || took.height() > 80.0);
+    QCOMPARE(img.pixelColor(took.center().toPoint() + QPoint(0, int(took.height() / 2) - 1)).red(),
+             255);
+    QCOMPARE(img.pixelColor(100, 20), QColor(Qt::black));
+    QCOMPARE(img.pixelColor(20, 100), QColor(Qt::black));
+
+    // A largest size caps the fit; as-is mode keeps the font's own size.
+    QImage img2(200, 200, QImage::Format_RGB32);
+    QPainter p2(&img2);
+    const QRectF capped = DrawText::draw(&p2, 90.0, box, QFont(), Qt::AlignCenter, DrawText::kFit,
+                                         QStringLiteral("12345"), 6.0);
+    QFont big;
+    big.setPointSizeF(30.0);
+    const QRectF asIs = DrawText::draw(&p2, 0.0, box, big, Qt::AlignCenter, DrawText::kAsIs,
+                                       QStringLiteral("12345"));
+    QVERIFY(capped.height() < took.height() * 0.8);
+    QVERIFY(asIs.height() > 30.0); // overflows the 20-pixel box
+    QVERIFY(qAbs(asIs.center().x() - 100.0) < 1.5);
+}
+
+QTEST_MAIN(TstColorBar)
+#include "tst_colorbar.moc"
