@@ -1,0 +1,150 @@
+#pragma once
+
+// Small files of every format the image readers know, written for the tests.
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+#include <QtEndian>
+
+#include <tiffio.h>
+
+#include <cstring>
+#include <functional>
+#include <vector>
+
+namespace ImageTestFiles {
+
+struct TiffSpec
+{
+    int width = 4;
+    int height = 3;
+    int bits = 16;
+    int format = SAMPLEFORMAT_UINT;
+    int samples = 1;
+    int compression = COMPRESSION_NONE;
+    double exposureSeconds = -1.0; // none when negative
+    int pages = 1;
+    bool tiled = false;
+};
+
+inline void putSample(std::vector<uchar> &buf, size_t at, const TiffSpec &s, double v)
+{
+    uchar *p = buf.data() + at;
+    if (s.format == SAMPLEFORMAT_IEEEFP && s.bits == 32) {
+        const float f = float(v);
+        std::memcpy(p, &f, 4);
+    } else if (s.format == SAMPLEFORMAT_IEEEFP && s.bits == 64) {
+        std::memcpy(p, &v, 8);
+    } else if (s.bits == 8) {
+        const qint64 i = qint64(v);
+        *p = uchar(i);
+    } else if (s.bits == 16) {
+        const quint16 i = quint16(qint64(v));
+        std::memcpy(p, &i, 2);
+    } else {
+        const quint32 i = quint32(qint64(v));
+        std::memcpy(p, &i, 4);
+    }
+}
+
+// value(x, y, page) gives every sample (all samples of a pixel alike).
+inline bool writeTiff(const QString &path, const TiffSpec &s,
+                      const std::function<double(int, int, int)> &value)
+{
+    TIFF *tif = TIFFOpen(QFile::encodeName(path).constData(), "w");
+    if (!tif) return false;
+    const int bytes = s.bits / 8;
+    for (int page = 0; page < s.pages; ++page) {
+        TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, uint32_t(s.width));
+        TIFFSetField(tif, TIFFTAG_IMAGELENGTH, uint32_t(s.height));
+        TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, uint16_t(s.bits));
+        TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, uint16_t(s.samples));
+        TIFFSetField(tif, TIFFTAG_SAMPLEFORMAT, uint16_t(s.format));
+        TIFFSetField(tif, TIFFTAG_COMPRESSION, uint16_t(s.compression));
+        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC,
+                     uint16_t(s.samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK));
+        TIFFSetField(tif, TIFFTAG_PLANARCONFIG, uint16_t(PLANARCONFIG_CONTIG));
+        if (s.pages > 1) {
+            TIFFSetField(tif, TIFFTAG_SUBFILETYPE, uint32_t(FILETYPE_PAGE));
+            TIFFSetField(tif, TIFFTAG_PAGENUMBER, uint16_t(page), uint16_t(s.pages));
+        }
+        if (page == 0 && s.exposureSeconds >= 0) TIFFSetField(tif, TIFFTAG_EXIFIFD, uint64_t(0));
+        if (s.tiled) {
+            TIFFSetField(tif, TIFFTAG_TILEWIDTH, uint32_t(16));
+            TIFFSetField(tif, TIFFTAG_TILELENGTH, uint32_t(16));
+            std::vector<uchar> tile(size_t(16 * 16 * s.samples * bytes));
+            for (int ty = 0; ty < s.height; ty += 16) {
+                for (int tx = 0; tx < s.width; tx += 16) {
+                    std::fill(tile.begin(), tile.end(), 0);
+                    for (int y = ty; y < qMin(ty + 16, s.height); ++y)
+                        for (int x = tx; x < qMin(tx + 16, s.width); ++x)
+                            for (int c = 0; c < s.samples; ++c)
+                                putSample(tile,
+                                          size_t(((y - ty) * 16 + (x - tx)) * s.samples + c) *
+                                              bytes,
+                                          s, value(x, y, page));
+                    if (TIFFWriteTile(tif, tile.data(), uint32_t(tx), uint32_t(ty), 0, 0) < 0)
+                        return TIFFClose(tif), false;
+                }
+            }
+        } else {
+            TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, uint32_t(2));
+            std::vector<uchar> row(size_t(s.width * s.samples * bytes));
+            for (int y = 0; y < s.height; ++y) {
+                for (int x = 0; x < s.width; ++x)
+                    for (int c = 0; c < s.samples; ++c)
+                        putSample(row, size_t(x * s.samples + c) * bytes, s, value(x, y, page));
+                if (TIFFWriteScanline(tif, row.data(), uint32_t(y), 0) < 0)
+                    return TIFFClose(tif), false;
+            }
+        }
+        if (!TIFFWriteDirectory(tif)) return TIFFClose(tif), false;
+    }
+    if (s.exposureSeconds >= 0) {
+        uint64_t offset = 0;
+        if (TIFFCreateEXIFDirectory(tif) != 0) return TIFFClose(tif), false;
+        TIFFSetField(tif, EXIFTAG_EXPOSURETIME, s.exposureSeconds);
+        if (!TIFFWriteCustomDirectory(tif, &offset)) return TIFFClose(tif), false;
+        TIFFSetDirectory(tif, 0);
+        TIFFSetField(tif, TIFFTAG_EXIFIFD, offset);
+        TIFFRewriteDirectory(tif);
+    }
+    TIFFClose(tif);
+    return true;
+}
+
+inline bool writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
+    return f.write(bytes) == bytes.size();
+}
+
+// An HPK IMG file: 64-byte header, comment, little-endian pixels.
+inline QByteArray hpkImgBytes(int w, int h, int offsetX, int offsetY, const QByteArray &comment,
+                         int bytesPerPixel, const std::function<quint32(int, int)> &value)
+{
+    QByteArray b(64, '\0');
+    b[0] = 'I';
+    b[1] = 'M';
+    const auto put16 = [&](int at, int v) { qToLittleEndian<quint16>(quint16(v), b.data() + at); };
+    put16(2, int(comment.size()));
+    put16(4, w);
+    put16(6, h);
+    put16(8, offsetX);
+    put16(10, offsetY);
+    b += comment;
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < w; ++x) {
+            char px[4];
+            if (bytesPerPixel == 4)
+                qToLittleEndian<quint32>(value(x, y), px);
+            else
+                qToLittleEndian<quint16>(quint16(value(x, y)), px);
+            b.append(px, bytesPerPixel == 4 ? 4 : 2);
+        }
+    }
+    return b;
+}
+
+} // namespace ImageTestFiles

@@ -1,0 +1,301 @@
+#include "core/TDDataWL.h"
+#include "io/BadPixelList.h"
+#include "io/ImgFile.h"
+
+#include <QTest>
+
+namespace {
+
+// A 3 x 3 raster of the given type holding
+//   100 10 20
+//    30 40 50
+//    60 70 80
+void fill3x3(ImgFile &img, ImgFile::PixelType type)
+{
+    QVERIFY(img.allocate(type, 3, 3, 1 << 20));
+    const double v[9] = {100, 10, 20, 30, 40, 50, 60, 70, 80};
+    for (int i = 0; i < 9; ++i)
+        img.setValue(i % 3, i / 3, v[i]);
+    img.widenRows(0, 3);
+}
+
+} // namespace
+
+class TestImgFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void freshObjectReadsZero();
+    void valueAddressingAndOrigin();
+    void setValueNarrowsPerType();
+    void badPixelCornersAndEdges();
+    void badPixelNeighboursAndOffsets();
+    void areaSums();
+    void previewAndClear();
+    void recordConversion();
+    void badPixelListFile();
+};
+
+void TestImgFile::freshObjectReadsZero()
+{
+    ImgFile img;
+    QCOMPARE(img.pixelType(), int(ImgFile::Nothing));
+    QCOMPARE(img.value(0, 0), 0.0);
+    QCOMPARE(img.exposureTime(), 100.0);
+    QCOMPARE(img.displayFormat(), int(QImage::Format_Grayscale8));
+    img.setValue(0, 0, 5.0); // nothing to store into, nothing happens
+    QCOMPARE(img.value(0, 0), 0.0);
+    QVERIFY(!img.toRecord());
+    QCOMPARE(img.sumAround(0, 0, 2, 2), 0.0);
+
+    // Sizes that cannot be a raster are refused.
+    QVERIFY(!img.allocate(ImgFile::U16, 0, 5, 1 << 20));
+    QVERIFY(!img.allocate(ImgFile::U16, 5, -1, 1 << 20));
+    QVERIFY(!img.allocate(ImgFile::Double, 1000, 1000, 1000)); // beyond the byte budget
+    QCOMPARE(img.pixelType(), int(ImgFile::Nothing));
+}
+
+void TestImgFile::valueAddressingAndOrigin()
+{
+    ImgFile img;
+    fill3x3(img, ImgFile::Float);
+    img.setOrigin(5, -2);
+    QCOMPARE(img.value(5, -2), 100.0);
+    QCOMPARE(img.value(7, 0), 80.0);
+    QCOMPARE(img.value(6, -1), 40.0);
+    // Just outside on every side, and far away without overflow.
+    QCOMPARE(img.value(4, -2), 0.0);
+    QCOMPARE(img.value(8, -2), 0.0);
+    QCOMPARE(img.value(5, -3), 0.0);
+    QCOMPARE(img.value(5, 1), 0.0);
+    QCOMPARE(img.value(INT_MIN, INT_MAX), 0.0);
+    img.setValue(8, 0, 9.0); // outside: ignored
+    img.setValue(7, -2, 9.5);
+    QCOMPARE(img.value(7, -2), 9.5);
+    QCOMPARE(img.minimum(), 10.0);
+    QCOMPARE(img.maximum(), 100.0);
+}
+
+void TestImgFile::setValueNarrowsPerType()
+{
+    ImgFile u16;
+    QVERIFY(u16.allocate(ImgFile::U16, 4, 1, 1024));
+    u16.setValue(0, 0, 12.9);
+    u16.setValue(1, 0, -3.0);
+    u16.setValue(2, 0, 70000.0);
+    u16.setValue(3, 0, std::nan(""));
+    QCOMPARE(u16.value(0, 0), 12.0);
+    QCOMPARE(u16.value(1, 0), 0.0);
+    QCOMPARE(u16.value(2, 0), 65535.0);
+    QCOMPARE(u16.value(3, 0), 0.0);
+
+    ImgFile u32;
+    QVERIFY(u32.allocate(ImgFile::U32, 2, 1, 1024));
+    u32.setValue(0, 0, 4000000000.7);
+    u32.setValue(1, 0, 1e12);
+    QCOMPARE(u32.value(0, 0), 4000000000.0);
+    QCOMPARE(u32.value(1, 0), 4294967295.0);
+
+    ImgFile f;
+    QVERIFY(f.allocate(ImgFile::Float, 2, 1, 1024));
+    f.setValue(0, 0, 0.1);
+    f.setValue(1, 0, 1e300);
+    QCOMPARE(f.value(0, 0), double(0.1f));
+    QVERIFY(std::isinf(f.value(1, 0)));
+
+    ImgFile d;
+    QVERIFY(d.allocate(ImgFile::TextD, 1, 1, 1024));
+    d.setValue(0, 0, 0.1);
+    QCOMPARE(d.value(0, 0), 0.1);
+}
+
+void TestImgFile::badPixelCornersAndEdges()
+{
+    BadPixelList list;
+    list.setEnabled(true);
+    ImgFile img;
+    img.setBadPixelList(&list);
+    fill3x3(img, ImgFile::Double);
+
+    // Top-left corner: (0, 1) fails the shifted row test, so only (1, 0) and (1, 1) count.
+    list.add(0, 0);
+    img.correctBadPixels();
+    QCOMPARE(img.value(0, 0), (10.0 + 40.0) / 2);
+
+    // Top edge: the pixel below never counts on the first row.
+    fill3x3(img, ImgFile::Double);
+    list.clear();
+    list.add(1, 0);
+    img.correctBadPixels();
+    QCOMPARE(img.value(1, 0), (100.0 + 30.0 + 20.0 + 50.0) / 4);
+
+    // Last row: the neighbour below counts, with the value 0.0.
+    fill3x3(img, ImgFile::Double);
+    list.clear();
+    list.add(1, 2);
+    img.correctBadPixels();
+    QCOMPARE(img.value(1, 2), (30.0 + 60.0 + 40.0 + 0.0 + 50.0 + 80.0) / 6);
+
+    // Bottom-right corner and right edge.
+    fill3x3(img, ImgFile::Double);
+    list.clear();
+    list.add(2, 2);
+    list.add(2, 1);
+    img.correctBadPixels();
+    // (2, 2): (1, 1), (1, 2), the 0.0 below, (2, 1) is bad and left out.
+    QCOMPARE(img.value(2, 2), (40.0 + 70.0 + 0.0) / 3);
+    // (2, 1): (1, 0), (1, 1), (1, 2), (2, 0), the corrected (2, 2) is bad and left out.
+    QCOMPARE(img.value(2, 1), (10.0 + 40.0 + 70.0 + 20.0) / 4);
+
+    // Integer rasters store the truncated mean.
+    fill3x3(img, ImgFile::U16);
+    list.clear();
+    list.add(1, 2);
+    img.correctBadPixels();
+    QCOMPARE(img.value(1, 2), 43.0);
+
+    // Pixels outside the raster are skipped.
+    fill3x3(img, ImgFile::Double);
+    list.clear();
+    list.add(-1, 0);
+    list.add(3, 3);
+    img.correctBadPixels();
+    QCOMPARE(img.value(0, 0), 100.0);
+    QCOMPARE(img.value(2, 2), 80.0);
+}
+
+void TestImgFile::badPixelNeighboursAndOffsets()
+{
+    BadPixelList list;
+    ImgFile img;
+    img.setBadPixelList(&list);
+
+    // A disabled list still corrects its pixels but no longer excludes listed neighbours.
+    list.add(1, 1);
+    list.add(0, 1);
+    list.setEnabled(false);
+    fill3x3(img, ImgFile::Double);
+    img.correctBadPixels();
+    const double centre = (100.0 + 30 + 60 + 10 + 70 + 20 + 50 + 80) / 8;
+    QCOMPARE(img.value(1, 1), centre);
+    // (0, 2) is tested on row 0 and counts.
+    QCOMPARE(img.value(0, 1), (100.0 + 60.0 + 10.0 + centre + 70.0) / 5);
+
+    list.setEnabled(true);
+    fill3x3(img, ImgFile::Double);
+    img.correctBadPixels();
+    QCOMPARE(img.value(1, 1), (100.0 + 60 + 10 + 70 + 20 + 50 + 80) / 7);
+    QCOMPARE(img.value(0, 1), (100.0 + 60.0 + 10.0 + 70.0) / 4);
+
+    // Sensor coordinates: the offset is subtracted before use, also for the neighbour test.
+    list.clear();
+    list.add(11, 21);
+    list.add(12, 22);
+    fill3x3(img, ImgFile::Double);
+    img.setSensorOffset(10, 20);
+    img.correctBadPixels();
+    QCOMPARE(img.value(1, 1), (100.0 + 30 + 60 + 10 + 70 + 20 + 50) / 7);
+    // (1, 1) is listed: left out; (1, 2), the 0.0 below and (2, 1) count.
+    QCOMPARE(img.value(2, 2), (70.0 + 0.0 + 50.0) / 3);
+
+    // No pixel listed at all: nothing changes, and a pixel without counted neighbours is 0.
+    list.clear();
+    ImgFile one;
+    one.setBadPixelList(&list);
+    QVERIFY(one.allocate(ImgFile::Double, 1, 1, 1024));
+    one.setValue(0, 0, 7.0);
+    one.correctBadPixels();
+    QCOMPARE(one.value(0, 0), 7.0);
+    list.add(0, 0);
+    one.correctBadPixels();
+    QCOMPARE(one.value(0, 0), 0.0);
+}
+
+void TestImgFile::areaSums()
+{
+    ImgFile img;
+    fill3x3(img, ImgFile::U32);
+    QCOMPARE(img.sumAround(1, 1, 1, 1), 460.0);
+    QCOMPARE(img.sumAround(0, 0, 1, 1), 180.0);
+    QCOMPARE(img.sumAround(2, 0, 0, 2), 20.0 + 50 + 80);
+    QCOMPARE(img.sumAround(10, 10, 1, 1), 0.0);
+    QCOMPARE(img.meanOfRect(0, 0, 1, 1), 45.0);
+    QCOMPARE(img.meanOfRect(2, 2, 1, 1), 20.0); // three of the four pixels lie outside
+    QCOMPARE(img.meanOfRect(0.9, 0.2, 2.0, 0.0), (100.0 + 10.0 + 20.0) / 3); // truncated
+    QCOMPARE(img.meanOfRect(0, 0, -1, 0), 0.0);
+    img.setOrigin(-1, -1);
+    QCOMPARE(img.sumAround(0, 0, 1, 1), 460.0);
+    QCOMPARE(img.meanOfRect(-1, -1, 2, 2), 460.0 / 9);
+}
+
+void TestImgFile::previewAndClear()
+{
+    ImgFile img;
+    fill3x3(img, ImgFile::Double);
+    img.renderPreview();
+    QVERIFY(img.preview());
+    QCOMPARE(img.preview()->format(), QImage::Format_Grayscale8);
+    QCOMPARE(img.preview()->bytesPerLine(), 4);
+    QCOMPARE(qGray(img.preview()->pixel(0, 0)), 255); // the maximum
+    QCOMPARE(qGray(img.preview()->pixel(1, 0)), 0);   // the minimum
+    QCOMPARE(qGray(img.preview()->pixel(1, 1)), 85);  // (40 - 10) / 90
+
+    img.setDisplayFormat(QImage::Format_RGB888);
+    img.renderPreview();
+    QCOMPARE(img.preview()->format(), QImage::Format_RGB888);
+    QCOMPARE(img.preview()->bytesPerLine(), 12);
+    QCOMPARE(img.preview()->pixel(0, 0), qRgb(255, 255, 255));
+
+    img.clear();
+    QVERIFY(!img.preview());
+    QCOMPARE(img.value(0, 0), 0.0);
+    QCOMPARE(img.rowCount(), 0);
+    QVERIFY(!img.toRecord());
+}
+
+void TestImgFile::recordConversion()
+{
+    for (const ImgFile::PixelType type :
+         {ImgFile::TiffU16, ImgFile::U16, ImgFile::U32, ImgFile::Float, ImgFile::TextD}) {
+        ImgFile img;
+        fill3x3(img, type);
+        img.setOrigin(4, 4);
+        img.setFileName(QStringLiteral("/data/run.E8979.5eV.tif"));
+        const auto r = img.toRecord();
+        QVERIFY(r);
+        QCOMPARE(r->dataId(), QStringLiteral("run.E8979.5eV"));
+        QCOMPARE(r->width(), 3);
+        QCOMPARE(r->height(), 3);
+        QCOMPARE(r->level(), 0);
+        QCOMPARE(r->value(0, 0), 100.0);
+        QCOMPARE(r->value(2, 1), 50.0);
+        QCOMPARE(r->value(2, 2), 80.0);
+        QCOMPARE(r->validCount(), qsizetype(9));
+        QCOMPARE(r->minWithoutZeros(), 10.0);
+        QCOMPARE(r->maxWithoutZeros(), 100.0);
+        QCOMPARE(r->minWithZeros(), 0.0); // a new record has seen its initial zeros
+    }
+}
+
+void TestImgFile::badPixelListFile()
+{
+    const QString path = QDir::temp().filePath(QStringLiteral("zelmap_badpixels_test.txt"));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("# camera 1\n12 34\n  5\t6   # hot\n\nnot a pair\n7 8 9\n12 34\n-1 2\n");
+    f.close();
+    BadPixelList list;
+    QVERIFY(list.loadFile(path));
+    QVERIFY(list.isEnabled());
+    QCOMPARE(list.pixels(), (QList<QPoint>{{12, 34}, {5, 6}, {-1, 2}}));
+    QVERIFY(list.contains(5, 6));
+    QVERIFY(!list.contains(6, 5));
+    // A missing file leaves the list as it was.
+    QVERIFY(!list.loadFile(path + QStringLiteral(".none")));
+    QCOMPARE(list.pixels().size(), 3);
+    QFile::remove(path);
+}
+
+QTEST_GUILESS_MAIN(TestImgFile)
+#include "tst_imgfile.moc"

@@ -1,0 +1,572 @@
+#include "ImageTestFiles.h"
+
+#include "core/TDDataWL.h"
+#include "io/BadPixelList.h"
+#include "io/ImgFile.h"
+#include "io/KwnbCtReader.h"
+
+#include <QImage>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace ImageTestFiles;
+
+namespace {
+
+// Collects the debug log while alive.
+class MessageLog
+{
+public:
+    MessageLog() { s_current = this, m_previous = qInstallMessageHandler(&handler); }
+    ~MessageLog()
+    {
+        qInstallMessageHandler(m_previous);
+        s_current = nullptr;
+    }
+    bool contains(const QString &text) const
+    {
+        for (const QString &m : m_messages)
+            if (m.contains(text)) return true;
+        return false;
+    }
+    QString all() const { return m_messages.join(QLatin1Char('\n')); }
+
+private:
+    static void handler(QtMsgType, const QMessageLogContext &, const QString &msg)
+    {
+        if (s_current) s_current->m_messages << msg;
+    }
+    static inline MessageLog *s_current = nullptr;
+    QtMessageHandler m_previous = nullptr;
+    QStringList m_messages;
+};
+
+} // namespace
+
+class TestImgReaders : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void tiff16BitWithExposure();
+    void tiffOtherLayouts();
+    void tiffDeclinedLayouts();
+    void hpkImg();
+    void kwnbCt();
+    void kwnbHeaderRules();
+    void recordFileIntoRaster();
+    void pictures();
+    void textMatrix();
+    void sizeTable();
+    void dispatchOrder();
+    void badInputKeepsState();
+
+private:
+    QString path(const char *name) const { return m_dir.filePath(QLatin1String(name)); }
+    QString text(const char *name, const QByteArray &content) const
+    {
+        const QString p = path(name);
+        return writeBytes(p, content) ? p : QString();
+    }
+
+    QTemporaryDir m_dir;
+    BadPixelList m_noBadPixels;
+};
+
+void TestImgReaders::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+}
+
+void TestImgReaders::tiff16BitWithExposure()
+{
+    const QString file = path("cam.tif");
+    TiffSpec spec;
+    spec.width = 5;
+    spec.height = 3;
+    spec.exposureSeconds = 0.025;
+    QVERIFY(
+        writeTiff(file, spec, [](int x, int y, int) { return x * 100 + y + (x == 4) * 60000; }));
+    ImgFile img;
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("TIFF"));
+    QCOMPARE(img.pixelType(), int(ImgFile::TiffU16));
+    QCOMPARE(img.width(), 5);
+    QCOMPARE(img.height(), 3);
+    QCOMPARE(img.value(2, 1), 201.0);
+    QCOMPARE(img.value(4, 2), 60402.0);
+    QCOMPARE(img.minimum(), 0.0);
+    QCOMPARE(img.maximum(), 60402.0);
+    QCOMPARE(img.exposureTime(), 25.0);
+    QCOMPARE(img.fileName(), file);
+
+    // Without an EXIF directory the exposure time stays at its initial 100 ms; the bad
+    // pixels of the list are corrected.
+    spec.exposureSeconds = -1.0;
+    QVERIFY(writeTiff(file, spec, [](int x, int y, int) { return 10 * x + y; }));
+    BadPixelList bad;
+    bad.setEnabled(true);
+    bad.add(0, 0);
+    bad.add(4, 2);
+    ImgFile img2;
+    QVERIFY(img2.read(file, &bad));
+    QCOMPARE(img2.exposureTime(), 100.0);
+    QCOMPARE(img2.value(0, 0), double(int((10.0 + 11.0) / 2)));
+    // Last-row corner: (3, 1), (3, 2), the 0.0 below, (4, 1).
+    QCOMPARE(img2.value(4, 2), double(int((31.0 + 32.0 + 0.0 + 41.0) / 4)));
+    QCOMPARE(img2.badPixelList(), &bad);
+}
+
+void TestImgReaders::tiffOtherLayouts()
+{
+    struct Case
+    {
+        int bits;
+        int format;
+        int compression;
+        int type;
+        double a; // value at (0, 0)
+        double b; // value at (1, 2)
+    };
+    const Case cases[] = {
+        {8, SAMPLEFORMAT_UINT, COMPRESSION_NONE, ImgFile::U16, 7, 250},
+        {8, SAMPLEFORMAT_INT, COMPRESSION_NONE, ImgFile::Float, -7, 120},
+        {32, SAMPLEFORMAT_UINT, COMPRESSION_NONE, ImgFile::U32, 7, 4000000000.0},
+        {32, SAMPLEFORMAT_INT, COMPRESSION_NONE, ImgFile::Double, -2000000000.0, 5},
+        {32, SAMPLEFORMAT_IEEEFP, COMPRESSION_NONE, ImgFile::Float, -1.5, 0.25},
+        {64, SAMPLEFORMAT_IEEEFP, COMPRESSION_NONE, ImgFile::Double, -1e-300, 0.1},
+        {16, SAMPLEFORMAT_UINT, COMPRESSION_ADOBE_DEFLATE, ImgFile::TiffU16, 65535, 3},
+        {16, SAMPLEFORMAT_UINT, COMPRESSION_LZW, ImgFile::TiffU16, 1, 2},
+        {32, SAMPLEFORMAT_IEEEFP, COMPRESSION_LZW, ImgFile::Float, 3.5, -3.5},
+    };
+    const QString file = path("layout.tif");
+    for (const Case &c : cases) {
+        TiffSpec spec;
+        spec.width = 37; // not a multiple of the strip or word size
+        spec.height = 5;
+        spec.bits = c.bits;
+        spec.format = c.format;
+        spec.compression = c.compression;
+        QVERIFY(writeTiff(file, spec, [&](int x, int y, int) {
+            return x == 0 && y == 0 ? c.a : x == 1 && y == 2 ? c.b : 1.0;
+        }));
+        ImgFile img;
+        QVERIFY2(img.read(file, &m_noBadPixels), qPrintable(QString::number(c.bits)));
+        QCOMPARE(img.pixelType(), c.type);
+        QCOMPARE(img.width(), 37);
+        QCOMPARE(img.height(), 5);
+        QCOMPARE(img.value(0, 0), c.a);
+        QCOMPARE(img.value(1, 2), c.b);
+        QCOMPARE(img.value(36, 4), 1.0);
+        QCOMPARE(img.minimum(), std::min({c.a, c.b, 1.0}));
+        QCOMPARE(img.maximum(), std::max({c.a, c.b, 1.0}));
+    }
+
+    // Multi-page files: the first page is read.
+    TiffSpec pages;
+    pages.pages = 3;
+    QVERIFY(writeTiff(file, pages, [](int x, int, int page) { return 1000 * page + x; }));
+    ImgFile img;
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.value(3, 0), 3.0);
+    QCOMPARE(img.maximum(), 3.0);
+}
+
+void TestImgReaders::tiffDeclinedLayouts()
+{
+    // Colour and tiled files are left to Qt's TIFF support when it is installed.
+    const bool qtTiff = QImageReader::supportedImageFormats().contains("tiff");
+    TiffSpec rgb;
+    rgb.bits = 8;
+    rgb.samples = 3;
+    TiffSpec tiled;
+    tiled.width = 20;
+    tiled.height = 18;
+    tiled.tiled = true;
+    for (const TiffSpec &spec : {rgb, tiled}) {
+        const QString file = path("declined.tif");
+        QVERIFY(writeTiff(file, spec, [](int x, int, int) { return x * 10; }));
+        MessageLog log;
+        ImgFile img;
+        const bool read = img.read(file, &m_noBadPixels);
+        QVERIFY(log.contains(QStringLiteral("TIFF layout not read here")));
+        QCOMPARE(read, qtTiff);
+        if (read) {
+            QVERIFY(img.formatName().startsWith(QLatin1String("picture")));
+            QCOMPARE(img.value(2, 1), spec.bits == 8 ? 20.0 : 20.0 / 257);
+        } else {
+            QCOMPARE(img.pixelType(), int(ImgFile::Nothing));
+        }
+    }
+}
+
+void TestImgReaders::hpkImg()
+{
+    const QString file = path("cam.img");
+    QVERIFY(writeBytes(file, hpkImgBytes(4, 3, 100, 200,
+                                         "HiPic,1.0,[Acquisition],ExposureTime=250 us,"
+                                         "BytesPerPixel=2,AcqMode=4",
+                                         2, [](int x, int y) { return quint32(x + 10 * y); })));
+    BadPixelList bad;
+    bad.setEnabled(true);
+    bad.add(101, 201); // sensor coordinates: image pixel (1, 1)
+    ImgFile img;
+    QVERIFY(img.read(file, &bad));
+    QCOMPARE(img.formatName(), QStringLiteral("HPK IMG"));
+    QCOMPARE(img.pixelType(), int(ImgFile::U16));
+    QCOMPARE(img.width(), 4);
+    QCOMPARE(img.height(), 3);
+    QCOMPARE(img.sensorOffsetX(), 100);
+    QCOMPARE(img.sensorOffsetY(), 200);
+    QCOMPARE(img.exposureTime(), 0.25);
+    QCOMPARE(img.value(3, 2), 23.0);
+    QCOMPARE(img.value(1, 1), double(int((0 + 10 + 20 + 1 + 21 + 2 + 12 + 22) / 8.0)));
+    QCOMPARE(img.minimum(), 0.0);
+    QCOMPARE(img.maximum(), 23.0);
+
+    // Four bytes a pixel, seconds; and a comment without the keys (the default "0.1").
+    QVERIFY(
+        writeBytes(file, hpkImgBytes(2, 2, 0, 0, "BytesPerPixel=4,ExposureTime=\"2 s\"", 4,
+                                     [](int x, int y) { return 3000000000u + quint32(x + y); })));
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.pixelType(), int(ImgFile::U32));
+    QCOMPARE(img.exposureTime(), 2000.0);
+    QCOMPARE(img.value(1, 1), 3000000002.0);
+    QVERIFY(writeBytes(
+        file, hpkImgBytes(2, 1, 0, 0, "nothing here", 2, [](int x, int) { return quint32(x); })));
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.exposureTime(), 0.1);
+    QCOMPARE(img.pixelType(), int(ImgFile::U16));
+    QCOMPARE(img.value(1, 0), 1.0);
+}
+
+void TestImgReaders::kwnbCt()
+{
+    QByteArray body = "#KWNB-CTImg v1\n"
+                      "# slice 12, reconstructed\n"
+                      "#RANGE_X0 = -1\n"
+                      "#  RANGE_X1:1   # inclusive\n"
+                      "\n"
+                      "RANGE_Y0 5\n"
+                      "# RANGE_Y1=6\n";
+    // Three columns, two rows, the last line missing.
+    const char *pixels[] = {"-1 5 0.002", "0 5 -0.5", "1 5 1e-3", "-1 6 0.01", "0 6 \"0.004\""};
+    for (const char *p : pixels)
+        body += QByteArray(p) + "\r\n";
+    const QString file = text("slice.dat", body);
+    ImgFile img;
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("KWNB CT"));
+    QCOMPARE(img.pixelType(), int(ImgFile::Float));
+    QCOMPARE(img.width(), 3);
+    QCOMPARE(img.height(), 2);
+    QCOMPARE(img.originX(), -1);
+    QCOMPARE(img.originY(), 5);
+    QCOMPARE(img.value(-1, 5), double(1.0f));
+    QCOMPARE(img.value(0, 5), 0.0); // negative products become 0
+    QCOMPARE(img.value(1, 5), double(0.5f));
+    QCOMPARE(img.value(-1, 6), double(5.0f));
+    QCOMPARE(img.value(0, 6), double(2.0f)); // a quoted item
+    QCOMPARE(img.value(1, 6), 0.0);          // missing line
+    QCOMPARE(img.value(2, 6), 0.0);          // outside
+    QCOMPARE(img.minimum(), 0.0);
+    QCOMPARE(img.maximum(), 5.0);
+    const auto record = img.toRecord();
+    QVERIFY(record);
+    QCOMPARE(record->value(0, 1), 5.0);
+}
+
+void TestImgReaders::kwnbHeaderRules()
+{
+    KwnbCtReader::Range r;
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\nRANGE_X0 0\nRANGE_X1 3\nRANGE_Y0 0\n"
+                                      "RANGE_Y1 0\n0 0 1\n",
+                                      &r),
+             5);
+    QCOMPARE(r.x1, qint64(3));
+    // A later line wins; a longer key is a comment when behind "#".
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\n#RANGE_X0 1\n#RANGE_X0 2\n#RANGE_X01 9\n"
+                                      "#RANGE_X1 2\n#RANGE_Y0 0\n#RANGE_Y1 0\n",
+                                      &r),
+             7);
+    QCOMPARE(r.x0, qint64(2));
+    MessageLog log;
+    // Strict numbers, all four keys, non-empty ranges.
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\n#RANGE_X0 1.5\n", &r), -1);
+    QVERIFY(log.contains(QStringLiteral("bad number for RANGE_X0")));
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\n#RANGE_X0 0 zero\n", &r), -1);
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\n#RANGE_X0 0\n#RANGE_X1 1\n#RANGE_Y0 0\n", &r),
+             -1);
+    QVERIFY(log.contains(QStringLiteral("RANGE_Y1 missing")));
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\nRANGE_X0 3\nRANGE_X1 1\nRANGE_Y0 0\n"
+                                      "RANGE_Y1 0\n",
+                                      &r),
+             -1);
+    QCOMPARE(KwnbCtReader::readHeader("#KWNB-CTImg\nRANGE_X0 0\nRANGE_X1 99999999999\n", &r), -1);
+    // A range the file cannot hold is refused before allocating it.
+    ImgFile img;
+    QVERIFY(!img.read(text("huge.dat", "#KWNB-CTImg\nRANGE_X0 0\nRANGE_X1 2000000000\n"
+                                       "RANGE_Y0 0\nRANGE_Y1 2000000000\n0 0 1\n"),
+                      &m_noBadPixels));
+    QVERIFY(log.contains(QStringLiteral("larger than the file can hold")));
+}
+
+void TestImgReaders::recordFileIntoRaster()
+{
+    TDDataWL record(3, 2);
+    record.setDataId(QStringLiteral("r"));
+    record.setValue(2, 1, -4.5, true);
+    record.setValue(0, 0, 8.25, false);
+    const QString file = path("rec.zmp");
+    QVERIFY(record.save(file));
+    ImgFile img;
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("2dData"));
+    QCOMPARE(img.pixelType(), int(ImgFile::Double));
+    QCOMPARE(img.value(2, 1), -4.5);
+    QCOMPARE(img.value(0, 0), 8.25);
+    QCOMPARE(img.minimum(), -4.5);
+    QCOMPARE(img.maximum(), 8.25);
+}
+
+void TestImgReaders::pictures()
+{
+    QImage grey(5, 4, QImage::Format_Grayscale8);
+    grey.fill(9);
+    grey.setPixel(3, 2, qRgb(200, 200, 200));
+    const QString png = path("grey.png");
+    QVERIFY(grey.save(png));
+    ImgFile img;
+    QVERIFY(img.read(png, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("picture (png)"));
+    QCOMPARE(img.pixelType(), int(ImgFile::PictureD));
+    QCOMPARE(img.width(), 5);
+    QCOMPARE(img.value(3, 2), 200.0);
+    QCOMPARE(img.value(0, 0), 9.0);
+
+    QImage deep(3, 1, QImage::Format_Grayscale16);
+    reinterpret_cast<quint16 *>(deep.scanLine(0))[0] = 65000;
+    reinterpret_cast<quint16 *>(deep.scanLine(0))[1] = 1;
+    reinterpret_cast<quint16 *>(deep.scanLine(0))[2] = 0;
+    const QString png16 = path("deep.png");
+    QVERIFY(deep.save(png16));
+    QVERIFY(img.read(png16, &m_noBadPixels));
+    QCOMPARE(img.value(0, 0), 65000.0);
+    QCOMPARE(img.value(1, 0), 1.0);
+
+    QImage colour(2, 2, QImage::Format_RGB32);
+    colour.fill(qRgb(255, 0, 0));
+    const QString jpg = path("colour.jpg");
+    QVERIFY(colour.save(jpg, "JPEG", 100));
+    QVERIFY(img.read(jpg, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("picture (jpeg)"));
+    QVERIFY(qAbs(img.value(1, 1) - qGray(qRgb(255, 0, 0))) <= 3); // JPEG is lossy
+}
+
+void TestImgReaders::textMatrix()
+{
+    ImgFile img;
+    const QString file = text("matrix.txt", "## 240301 written by the stage\n"
+                                            "# X-NUM 4\n# comment\n# Y-NUM   3 \n"
+                                            "0 0 1\n1,0,2\n2 0 3\n0 1 4\n1 1 5\n2 1 6\n0 2 7\n");
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("text matrix"));
+    QCOMPARE(img.pixelType(), int(ImgFile::TextD));
+    QCOMPARE(img.width(), 3);
+    QCOMPARE(img.height(), 2);
+    QCOMPARE(img.rowCount(), 2); // the incomplete third row is dropped
+    QCOMPARE(img.value(1, 0), 2.0);
+    QCOMPARE(img.value(2, 1), 6.0);
+    QCOMPARE(img.value(0, 2), 0.0);
+    QCOMPARE(img.maximum(), 7.0); // but its value widened the extremes
+    QVERIFY(img.preview());
+    QCOMPARE(img.preview()->height(), 2);
+
+    // Commas, short lines, and "#" lines inside the data are pixels.
+    QVERIFY(img.read(text("m2.txt", "## 240301\n# Y-NUM 2\n# X-NUM 3\n1, 2, 3.5\n7 8\n"
+                                    "# a b\n#x 1 -2\n\n9 9 nan9\n"),
+                     &m_noBadPixels));
+    QCOMPARE(img.value(0, 0), 3.5);
+    QCOMPARE(img.value(1, 0), 0.0);
+    QCOMPARE(img.value(0, 1), 0.0);
+    QCOMPARE(img.value(1, 1), -2.0);
+    QCOMPARE(img.rowCount(), 3);
+    QCOMPARE(img.value(1, 2), 0.0); // not a number
+
+    // X-NUM 1 makes the width 0: refused at the first data line; a shortened mark is not the
+    // format (and no other reader takes these files).
+    QVERIFY(!img.read(text("m3.txt", "## 240301\n# X-NUM 1\n# Y-NUM 5\n1 1 1\n"), &m_noBadPixels));
+    QVERIFY(
+        !img.read(text("m4.txt", "## 2403\n# X-NUM 3\n# Y-NUM 3\n1 1 1\n1 1 1\n"), &m_noBadPixels));
+    QVERIFY(
+        !img.read(text("m5.txt", "## 240301\n# X-NUM many\n# Y-NUM 5\n1 1 1\n"), &m_noBadPixels));
+    QCOMPARE(img.value(1, 1), -2.0); // the last good file is still held
+}
+
+void TestImgReaders::sizeTable()
+{
+    ImgFile img;
+    const QString file = text("table.txt", "# Size 3 2\n# Origin -4, 10\n# from the scan\n"
+                                           "1 2 3   # first\n\n 4,5,\t6e2\n# end\n");
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("# Size table"));
+    QCOMPARE(img.pixelType(), int(ImgFile::TextD));
+    QCOMPARE(img.width(), 3);
+    QCOMPARE(img.height(), 2);
+    QCOMPARE(img.originX(), -4);
+    QCOMPARE(img.value(-4, 10), 1.0);
+    QCOMPARE(img.value(-2, 11), 600.0);
+    QCOMPARE(img.maximum(), 600.0);
+    QVERIFY(img.read(text("t1.txt", "#Size: 2x1\n-1 1\n"), &m_noBadPixels));
+    QCOMPARE(img.value(0, 0), -1.0);
+
+    const struct
+    {
+        const char *content;
+        const char *message;
+    } bad[] = {
+        {"# Size 2 2\n1 2\n3 x\n", "not a number"},
+        {"# Size 2 2\n1 2\n3\n", "1 values instead of 2"},
+        {"# Size 2 2\n1 2\n3 4 5\n", "too many values"},
+        {"# Size 2 2\n1 2\n", "1 rows instead of 2"},
+        {"# Size 2 1\n1 2\n3 4\n", "more than 1 rows"},
+        {"# Size 0 1\n\n\n\n\n\n", "the first line must be"},
+        {"# Size -2 1\n1 2\n", "the first line must be"},
+        {"# Size 2\n1 2\n    \n", "the first line must be"},
+        {"# Size 2 1\n# Origin 1\n1 2\n", "Origin"},
+        {"# Size 100000 100000\n1 2\n", "larger than the file can hold"},
+    };
+    for (const auto &b : bad) {
+        MessageLog log;
+        QVERIFY2(!img.read(text("tbad.txt", b.content), &m_noBadPixels), b.content);
+        QVERIFY2(log.contains(QLatin1String(b.message)), qPrintable(log.all()));
+    }
+    QCOMPARE(img.value(0, 0), -1.0);
+}
+
+void TestImgReaders::dispatchOrder()
+{
+    MessageLog log;
+    ImgFile img;
+    // 14 bytes are not enough to decide.
+    QVERIFY(!img.read(text("short.bin", "IM345678901234"), &m_noBadPixels));
+    QVERIFY(log.contains(QStringLiteral("Error on reading file (1)")));
+    QVERIFY(!img.read(path("missing.tif"), &m_noBadPixels));
+    QVERIFY(log.contains(QStringLiteral("Can not open (1)")));
+
+    // "IM" goes to the HPK reader only, "II" and "MM" to the TIFF reader only.
+    QVERIFY(!img.read(text("im.bin", QByteArray("IM") + QByteArray(40, '\x01')), &m_noBadPixels));
+    QVERIFY(log.contains(QStringLiteral("Error on reading (4)")));
+    QVERIFY(!log.contains(QStringLiteral("libtiff")));
+    QVERIFY(!log.contains(QStringLiteral("Can not open (2)")));
+
+    MessageLog tiffLog;
+    QVERIFY(
+        !img.read(text("ii.bin", QByteArray("II*\0", 4) + QByteArray(40, '\x01')), &m_noBadPixels));
+    QVERIFY(tiffLog.contains(QStringLiteral("Can not open (2)")));
+    QVERIFY(!tiffLog.contains(QStringLiteral("Error on reading (4)")));
+    QVERIFY(
+        !img.read(text("mm.bin", QByteArray("MM\0*", 4) + QByteArray(40, '\x01')), &m_noBadPixels));
+
+    // A valid HPK image whose comment looks like a TIFF header is still HPK.
+    QVERIFY(writeBytes(path("hpk.tif"), hpkImgBytes(2, 1, 0, 0, "II*", 2,
+                                                    [](int x, int) { return quint32(x + 1); })));
+    QVERIFY(img.read(path("hpk.tif"), &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("HPK IMG"));
+
+    // Plain text no reader accepts ends in the text readers and fails.
+    QVERIFY(!img.read(text("prose.txt", "Dear reader, this is not an image at all.\n"),
+                      &m_noBadPixels));
+    QCOMPARE(img.formatName(), QStringLiteral("HPK IMG"));
+}
+
+void TestImgReaders::badInputKeepsState()
+{
+    ImgFile img;
+    TiffSpec spec;
+    spec.width = 64;
+    spec.height = 64;
+    const QString good = path("good.tif");
+    QVERIFY(writeTiff(good, spec, [](int x, int y, int) { return x + y; }));
+    QVERIFY(img.read(good, &m_noBadPixels));
+
+    // Deflate data overwritten in the middle: the directory is intact, the rows are not.
+    spec.compression = COMPRESSION_ADOBE_DEFLATE;
+    const QString deflated = path("deflated.tif");
+    QVERIFY(writeTiff(deflated, spec,
+                      [](int x, int y, int) { return (x * 7919 + y * 104729) % 65536; }));
+    QFile d(deflated);
+    QVERIFY(d.open(QIODevice::ReadOnly));
+    QByteArray brokenDeflate = d.readAll();
+    d.close();
+    brokenDeflate.replace(20, 200, QByteArray(200, '\xff'));
+
+    QFile f(good);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray tiffBytes = f.readAll();
+    f.close();
+    const QByteArray hpk =
+        hpkImgBytes(64, 64, 0, 0, "BytesPerPixel=2", 2, [](int x, int) { return quint32(x); });
+    const QByteArray hpk32 =
+        hpkImgBytes(8, 8, 0, 0, "BytesPerPixel=4", 4, [](int x, int) { return quint32(x); });
+    QByteArray huge = hpkImgBytes(1, 1, 0, 0, "", 2, [](int, int) { return 1u; });
+    qToLittleEndian<quint16>(65535, huge.data() + 4);
+    qToLittleEndian<quint16>(65535, huge.data() + 6);
+    QByteArray longComment = hpk;
+    qToLittleEndian<quint16>(60000, longComment.data() + 2);
+
+    // A TIFF whose only directory has size tags but no strips.
+    QByteArray noData("II*\0\x08\0\0\0", 8);
+    const auto entry = [&](quint16 tag, quint16 type, quint32 count, quint32 value) {
+        char e[12];
+        qToLittleEndian<quint16>(tag, e);
+        qToLittleEndian<quint16>(type, e + 2);
+        qToLittleEndian<quint32>(count, e + 4);
+        qToLittleEndian<quint32>(value, e + 8);
+        noData.append(e, 12);
+    };
+    noData.append("\x04\0", 2);
+    entry(256, 3, 1, 64);
+    entry(257, 3, 1, 64);
+    entry(258, 3, 1, 16);
+    entry(262, 3, 1, 1);
+    noData.append(4, '\0');
+
+    const struct
+    {
+        const char *name;
+        QByteArray bytes;
+        const char *message;
+    } cases[] = {
+        {"cut.tif", tiffBytes.left(tiffBytes.size() / 2), "Can not open (2)"},
+        {"broken.tif", brokenDeflate, "Error on reading (5)"},
+        {"cut2.tif", tiffBytes.left(200), "libtiff"},
+        {"nodata.tif", noData, "libtiff"},
+        {"cut.img", hpk.left(hpk.size() - 1), "Error on reading (3)"},
+        {"cut32.img", hpk32.left(hpk32.size() - 3), "Error on reading (2)"},
+        {"huge.img", huge, "invalid file size. expected (h,w) = "},
+        {"comment.img", longComment, "Error on reading (4)"},
+        {"empty.img", hpkImgBytes(0, 5, 0, 0, "", 2, [](int, int) { return 0u; }) + "padding...",
+         "invalid image size"},
+        {"garbage.dat", QByteArray("#KWNB-CTImg") + QByteArray("\xff\xfe\x00\x01", 4).repeated(9),
+         "KWNB CT header"},
+        {"garbage.zmp", QByteArray("2dData-V0.0 HeaderSize: 99999999\n") + QByteArray(30, '\xee'),
+         nullptr}, // refused silently: its header cannot describe the file
+    };
+    for (const auto &c : cases) {
+        MessageLog log;
+        QVERIFY2(!img.read(text(c.name, c.bytes), &m_noBadPixels), c.name);
+        if (c.message)
+            QVERIFY2(log.contains(QLatin1String(c.message)), qPrintable(c.name + log.all()));
+        // Nothing of what was loaded before changed.
+        QCOMPARE(img.fileName(), good);
+        QCOMPARE(img.width(), 64);
+        QCOMPARE(img.value(63, 63), 126.0);
+        QCOMPARE(img.formatName(), QStringLiteral("TIFF"));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestImgReaders)
+#include "tst_imgreaders.moc"
