@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+
+class QFileDialog;
+
+// Keeps the directories of several open file dialogs in step: browsing in one moves the
+// others along. Does not own the dialogs; a destroyed dialog leaves the group by itself.
+class FDGroup : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit FDGroup(QObject *parent = nullptr);
+
+    void addDialog(QFileDialog *dialog);
+    QList<QFileDialog *> dialogs() const;
+
+public slots:
+    void currentChanged(const QString &path);
+    void directoryEntered(const QString &path);
+
+private:
+    void moveAllTo(const QString &dir);
+    void forget(QObject *dialog);
+
+    QList<QPointer<QFileDialog>> m_dialogs;
+};
