@@ -4,9 +4,10 @@
 #include <QFile>
 #include <QIODevice>
 #include <QSaveFile>
-#include <QStringList>
+#include <QStringView>
 #include <QTextStream>
 
+#include <array>
 #include <cmath>
 
 XafsSpectrum::XafsSpectrum(const Spectrum &points, const QString &name, uint32_t fitKind,
@@ -57,13 +58,43 @@ bool XafsSpectrum::read(QIODevice &device)
 
 namespace {
 
+// Calls f(index, field) for each white-space separated field until f returns false.
+// Fields are views, so a hostile line of many tiny fields costs no more than the line.
+template <typename F> void forEachField(QStringView line, F f)
+{
+    const qsizetype n = line.size();
+    qsizetype i = 0;
+    int index = 0;
+    while (i < n) {
+        while (i < n && line[i].isSpace())
+            ++i;
+        if (i >= n) return;
+        const qsizetype start = i;
+        while (i < n && !line[i].isSpace())
+            ++i;
+        if (!f(index++, line.mid(start, i - start))) return;
+    }
+}
+
+// Up to max leading fields of a line; returns how many there were.
+template <std::size_t max> int leadingFields(QStringView line, std::array<QStringView, max> &fields)
+{
+    int count = 0;
+    forEachField(line, [&](int index, QStringView field) {
+        fields[index] = field;
+        count = index + 1;
+        return std::size_t(count) < max;
+    });
+    return count;
+}
+
 // Calls f for the first line and then for every further line of the stream.
 template <typename F> void forEachLine(QTextStream &in, const QString &firstLine, F f)
 {
-    f(firstLine.simplified().split(QLatin1Char(' ')));
+    f(QStringView(firstLine));
     QString line;
     while (in.readLineInto(&line))
-        f(line.simplified().split(QLatin1Char(' ')));
+        f(QStringView(line));
 }
 
 } // namespace
@@ -71,9 +102,10 @@ template <typename F> void forEachLine(QTextStream &in, const QString &firstLine
 bool XafsSpectrum::readTwoColumn(QTextStream &in, const QString &firstLine)
 {
     clear();
-    forEachLine(in, firstLine, [this](const QStringList &fields) {
-        if (fields.size() < 2 || fields[0].startsWith(QLatin1Char('#'))) return;
-        append(fields[0].toDouble(), fields[1].toDouble());
+    forEachLine(in, firstLine, [this](QStringView line) {
+        std::array<QStringView, 2> f;
+        if (leadingFields(line, f) < 2 || f[0].startsWith(QLatin1Char('#'))) return;
+        append(f[0].toDouble(), f[1].toDouble());
     });
     return !isEmpty();
 }
@@ -86,18 +118,22 @@ bool XafsSpectrum::readCounter(QTextStream &in, const QString &firstLine)
     double d = kCounterDSpacing;
     bool inHeader = true;
     const double degree = XafsConstants::values[XafsConstants::Pi] / 180.0;
-    forEachLine(in, firstLine, [&](const QStringList &fields) {
+    forEachLine(in, firstLine, [&](QStringView line) {
         if (inHeader) {
-            for (qsizetype j = 0; j + 1 < fields.size(); ++j) {
-                if (fields[j] == QLatin1String("D=")) d = fields[j + 1].toDouble();
-            }
-            if (fields[0] == QLatin1String("Offset")) inHeader = false;
+            bool afterD = false;
+            forEachField(line, [&](int index, QStringView field) {
+                if (afterD) d = field.toDouble();
+                afterD = field == QLatin1String("D=");
+                if (index == 0 && field == QLatin1String("Offset")) inHeader = false;
+                return true;
+            });
             return;
         }
-        if (fields.size() < 5) return;
-        const double theta = fields[1].toDouble();
-        const double i0 = fields[3].toDouble();
-        const double i1 = fields[4].toDouble();
+        std::array<QStringView, 5> f;
+        if (leadingFields(line, f) < 5) return;
+        const double theta = f[1].toDouble();
+        const double i0 = f[3].toDouble();
+        const double i1 = f[4].toDouble();
         const double e = XafsConstants::hc / (2.0 * d * std::sin(theta * degree));
         const double mu = i0 * i1 > 0.0 ? std::log(i0 / i1) : 1.0;
         append(e, mu);
