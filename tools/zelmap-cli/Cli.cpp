@@ -14,6 +14,8 @@ const QList<CliCommand> &commands()
         {"dump", "dump FILE", "one line per pixel: x y value valid", &dump},
         {"render", "render FILE -o OUT.png [--grey] [--range LOW HIGH] [--markers LOWER UPPER]",
          "a picture of the record through the display colour mapping", &render},
+        {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR",
+         &demo},
         {"xafs", "xafs FILE... [--straight|--victreen] [-o DIR]",
          "edge energy, edge jump and fit residuals of each spectrum", &xafs},
     };

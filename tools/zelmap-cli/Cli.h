@@ -33,5 +33,6 @@ int info(const QStringList &args, QTextStream &out, QTextStream &err);
 int dump(const QStringList &args, QTextStream &out, QTextStream &err);
 int xafs(const QStringList &args, QTextStream &out, QTextStream &err);
 int render(const QStringList &args, QTextStream &out, QTextStream &err);
+int demo(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
