@@ -122,7 +122,7 @@ inline bool writeBytes(const QString &path, const QByteArray &bytes)
 
 // An HPK IMG file: 64-byte header, comment, little-endian pixels.
 inline QByteArray hpkImgBytes(int w, int h, int offsetX, int offsetY, const QByteArray &comment,
-                         int bytesPerPixel, const std::function<quint32(int, int)> &value)
+                              int bytesPerPixel, const std::function<quint32(int, int)> &value)
 {
     QByteArray b(64, '\0');
     b[0] = 'I';

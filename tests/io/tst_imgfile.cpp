@@ -34,6 +34,7 @@ private Q_SLOTS:
     void areaSums();
     void previewAndClear();
     void recordConversion();
+    void wideRowExtremes();
     void badPixelListFile();
 };
 
@@ -276,6 +277,39 @@ void TestImgFile::recordConversion()
         QCOMPARE(r->maxWithoutZeros(), 100.0);
         QCOMPARE(r->minWithZeros(), 0.0); // a new record has seen its initial zeros
     }
+}
+
+void TestImgFile::wideRowExtremes()
+{
+    // Rows long enough for the vector paths, with extremes at both ends of the 16-bit range.
+    for (const ImgFile::PixelType type : {ImgFile::TiffU16, ImgFile::U32}) {
+        ImgFile img;
+        QVERIFY(img.allocate(type, 21, 2, 1 << 20));
+        for (int x = 0; x < 21; ++x) {
+            img.setValue(x, 0, 500 + x);
+            img.setValue(x, 1, 400 + x);
+        }
+        img.setValue(9, 0, 0);
+        img.setValue(17, 1, 65535);
+        img.setValue(20, 1, 1); // in the scalar tail
+        img.widenRows(0, 2);
+        QCOMPARE(img.minimum(), 0.0);
+        QCOMPARE(img.maximum(), 65535.0);
+        const auto r = img.toRecord();
+        QCOMPARE(r->minWithZeros(), 0.0);
+        QCOMPARE(r->minWithoutZeros(), 1.0);
+        QCOMPARE(r->maxWithoutZeros(), 65535.0);
+        img.setValue(20, 1, 401);
+        const auto r2 = img.toRecord();
+        QCOMPARE(r2->minWithoutZeros(), 400.0);
+    }
+    // All zeros: the non-zero pair keeps its initial values.
+    ImgFile zeros;
+    QVERIFY(zeros.allocate(ImgFile::U16, 19, 1, 1 << 20));
+    const auto r = zeros.toRecord();
+    QCOMPARE(r->minWithoutZeros(), TDData0::kInitialMin);
+    QCOMPARE(r->maxWithoutZeros(), TDData0::kInitialMax);
+    QCOMPARE(r->maxWithZeros(), 0.0);
 }
 
 void TestImgFile::badPixelListFile()
