@@ -12,12 +12,14 @@ const QList<CliCommand> &commands()
         {"info", "info [--json] FILE...",
          "data id, size, statistics, display range and valid pixels of each file", &info},
         {"dump", "dump FILE", "one line per pixel: x y value valid", &dump},
+        {"convert", "convert FILE... -o DIR", "each file as a 2dData record DIR/<id>.zmp",
+         &convert},
+        {"xafs", "xafs FILE... [--straight|--victreen] [-o DIR]",
+         "edge energy, edge jump and fit residuals of each spectrum", &xafs},
         {"render", "render FILE -o OUT.png [--grey] [--range LOW HIGH] [--markers LOWER UPPER]",
          "a picture of the record through the display colour mapping", &render},
         {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR",
          &demo},
-        {"xafs", "xafs FILE... [--straight|--victreen] [-o DIR]",
-         "edge energy, edge jump and fit residuals of each spectrum", &xafs},
     };
     return list;
 }
@@ -62,7 +64,8 @@ int run(const QStringList &args, QTextStream &out, QTextStream &err)
     return 2;
 }
 
-std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error)
+std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error,
+                                     ImageLoader::Result *details)
 {
     const QFileInfo info(path);
     if (!info.exists()) {
@@ -73,11 +76,14 @@ std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error)
         *error = QStringLiteral("%1: cannot be read").arg(path);
         return nullptr;
     }
-    auto record = std::make_unique<TDDataWL>(0, 0);
-    if (!record->load(path)) {
-        *error = QStringLiteral("%1: not a file Zelmap can read").arg(path);
+    ImageLoader::Result loaded = ImageLoader::load(path);
+    if (!loaded.record) {
+        *error = QStringLiteral("%1: %2").arg(path, loaded.error);
         return nullptr;
     }
+    std::unique_ptr<TDDataWL> record = std::move(loaded.record);
+    if (details)
+        *details = std::move(loaded);
     return record;
 }
 

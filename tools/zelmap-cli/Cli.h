@@ -1,5 +1,7 @@
 #pragma once
 
+#include "io/ImageLoader.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -25,12 +27,14 @@ const QList<CliCommand> &commands();
 int run(const QStringList &args, QTextStream &out, QTextStream &err);
 
 // Reads any file the program can open into a record; on failure says why in *error.
-std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error);
+std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error,
+                                     ImageLoader::Result *details = nullptr);
 // Full double precision, so results compare exactly between tools.
 QString number(double v);
 
 int info(const QStringList &args, QTextStream &out, QTextStream &err);
 int dump(const QStringList &args, QTextStream &out, QTextStream &err);
+int convert(const QStringList &args, QTextStream &out, QTextStream &err);
 int xafs(const QStringList &args, QTextStream &out, QTextStream &err);
 int render(const QStringList &args, QTextStream &out, QTextStream &err);
 int demo(const QStringList &args, QTextStream &out, QTextStream &err);

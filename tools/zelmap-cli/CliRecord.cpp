@@ -19,7 +19,18 @@ QJsonValue jsonNumber(double v)
     return std::isfinite(v) ? QJsonValue(v) : QJsonValue(QJsonValue::Null);
 }
 
-QJsonObject describe(const QString &path, const TDDataWL &r)
+// Records from 2dData files have no pixel type or exposure time of their own.
+void printFormat(QTextStream &out, const ImageLoader::Result &how)
+{
+    const bool record = how.pixelType < 0;
+    out << "format: " << how.format << '\n' << "pixel type: "
+        << (record ? QStringLiteral("none") : QString::number(how.pixelType)) << '\n'
+        << "exposure time: "
+        << (record ? QStringLiteral("none") : number(how.exposureTime) + QStringLiteral(" ms"))
+        << '\n';
+}
+
+QJsonObject describe(const QString &path, const TDDataWL &r, const ImageLoader::Result &how)
 {
     const DisplayRange range = r.displayRange();
     QJsonObject o;
@@ -34,10 +45,15 @@ QJsonObject describe(const QString &path, const TDDataWL &r)
     o[QStringLiteral("displayLow")] = jsonNumber(range.low);
     o[QStringLiteral("displayHigh")] = jsonNumber(range.high);
     o[QStringLiteral("validPixels")] = double(r.validCount());
+    o[QStringLiteral("format")] = how.format;
+    const bool record = how.pixelType < 0;
+    o[QStringLiteral("pixelType")] = record ? QJsonValue() : QJsonValue(how.pixelType);
+    o[QStringLiteral("exposureTimeMs")] = record ? QJsonValue() : jsonNumber(how.exposureTime);
     return o;
 }
 
-void printText(QTextStream &out, const QString &path, const TDDataWL &r)
+void printText(QTextStream &out, const QString &path, const TDDataWL &r,
+               const ImageLoader::Result &how)
 {
     const DisplayRange range = r.displayRange();
     out << "file: " << path << '\n'
@@ -50,6 +66,7 @@ void printText(QTextStream &out, const QString &path, const TDDataWL &r)
         << "max without zeros: " << number(r.maxWithoutZeros()) << '\n'
         << "display range: " << number(range.low) << ' ' << number(range.high) << '\n'
         << "valid pixels: " << r.validCount() << '\n';
+    printFormat(out, how);
 }
 
 } // namespace
@@ -77,18 +94,19 @@ int info(const QStringList &args, QTextStream &out, QTextStream &err)
     bool first = true;
     for (const QString &path : files) {
         QString error;
-        const auto record = loadRecord(path, &error);
+        ImageLoader::Result how;
+        const auto record = loadRecord(path, &error, &how);
         if (!record) {
             err << "zelmap-cli info: " << error << '\n';
             status = 1;
             continue;
         }
         if (json) {
-            array.append(describe(path, *record));
+            array.append(describe(path, *record, how));
         } else {
             if (!first)
                 out << '\n';
-            printText(out, path, *record);
+            printText(out, path, *record, how);
         }
         first = false;
     }
@@ -104,11 +122,14 @@ int dump(const QStringList &args, QTextStream &out, QTextStream &err)
         return 2;
     }
     QString error;
-    const auto record = loadRecord(args.first(), &error);
+    ImageLoader::Result how;
+    const auto record = loadRecord(args.first(), &error, &how);
     if (!record) {
         err << "zelmap-cli dump: " << error << '\n';
         return 1;
     }
+    // Kept off the pixel lines so that scripts can read them unchanged.
+    printFormat(err, how);
     for (int y = 0; y < record->height(); ++y) {
         for (int x = 0; x < record->width(); ++x)
             out << x << ' ' << y << ' ' << number(record->value(x, y)) << ' '
