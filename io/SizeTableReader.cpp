@@ -41,15 +41,17 @@ bool SizeTableReader::read(const QString &fileName, ImgFile &img)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) return false;
-    const QByteArray first = trimmed(QByteArrayView(file.readLine(256))).toByteArray();
-    if (!first.startsWith('#') || !trimmed(QByteArrayView(first).sliced(1)).startsWith("Size"))
+    // Refuse at once without reading a whole unrelated file.
+    const QByteArray first = file.readLine(256);
+    const QByteArrayView mark = trimmed(first);
+    if (!mark.startsWith('#') || !trimmed(mark.sliced(1)).startsWith("Size"))
         return false;
-    const QByteArray text = first + '\n' + file.readAll();
+    const QByteArray text = first + file.readAll();
     file.close();
     img.setFileName(fileName);
 
     TextLineReader lines(text);
-    const QByteArrayView head = trimmed(lines.next().sliced(1));
+    const QByteArrayView head = trimmed(trimmed(lines.next()).sliced(1));
     qint64 w = 0;
     qint64 h = 0;
     if (!twoIntegers(head.sliced(4), &w, &h) || w < 1 || h < 1 || w > INT_MAX || h > INT_MAX) {
