@@ -42,7 +42,7 @@ void BM_MakeImage(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_MakeImage)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MakeImage)->Unit(benchmark::kMillisecond)->Repetitions(5);
 
 // The floor: one multiply-add, a clamp and a table load per pixel, no validity.
 void BM_PlainTableLoop(benchmark::State &state)
@@ -66,7 +66,7 @@ void BM_PlainTableLoop(benchmark::State &state)
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(BM_PlainTableLoop)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PlainTableLoop)->Unit(benchmark::kMillisecond)->Repetitions(5);
 
 class RatioReporter : public benchmark::ConsoleReporter
 {
@@ -74,9 +74,14 @@ public:
     void ReportRuns(const std::vector<Run> &runs) override
     {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run &run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                times[run.benchmark_name()] = run.GetAdjustedRealTime();
+        // The fastest repetition is the least disturbed on a shared machine.
+        for (const Run &run : runs) {
+            if (run.run_type != Run::RT_Iteration) continue;
+            const std::string name = run.run_name.function_name;
+            const double t = run.GetAdjustedRealTime();
+            const auto it = times.find(name);
+            if (it == times.end() || t < it->second) times[name] = t;
+        }
     }
     std::map<std::string, double> times;
 };
@@ -91,7 +96,7 @@ int main(int argc, char **argv)
     const auto mine = reporter.times.find("BM_MakeImage");
     const auto ref = reporter.times.find("BM_PlainTableLoop");
     if (mine != reporter.times.end() && ref != reporter.times.end() && ref->second > 0)
-        std::printf("makeImage / plain table loop: %.3f (%.2f ms vs %.2f ms)\n",
+        std::printf("makeImage / plain table loop (fastest of each): %.3f (%.2f ms vs %.2f ms)\n",
                     mine->second / ref->second, mine->second, ref->second);
     benchmark::Shutdown();
     return 0;

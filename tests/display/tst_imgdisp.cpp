@@ -288,6 +288,17 @@ void TstImgDisp::wheelZoomAndReset()
     const ChCoord::Area e = m_disp->coord()->dataRange();
     QVERIFY(qAbs((e.x1 - e.x0) - span * 0.9 * 1.1) < 1e-9);
 
+    // Shift with the left button pans (the canvas's gesture) and draws no region.
+    const ChCoord::Area beforePan = m_disp->coord()->dataRange();
+    const double unit = m_disp->coord()->screenLenToDataX(1.0);
+    QTest::mousePress(m_canvas, Qt::LeftButton, Qt::ShiftModifier, at);
+    QTest::mouseMove(m_canvas, at + QPoint(10, 0));
+    QTest::mouseRelease(m_canvas, Qt::LeftButton, Qt::ShiftModifier, at + QPoint(10, 0));
+    d = m_disp->coord()->dataRange();
+    QVERIFY(qAbs(d.x0 - (beforePan.x0 - 10 * unit)) < 1e-9);
+    QCOMPARE(d.y0, beforePan.y0);
+    QCOMPARE(m_disp->regionState(), 0);
+
     QTest::mouseClick(m_disp->findChild<QPushButton *>(QStringLiteral("ScaleReset")),
                       Qt::LeftButton);
     QCOMPARE(reset.count(), 1);
