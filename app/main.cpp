@@ -1,14 +1,6 @@
-#include "app/ConfigStore.h"
-
-#include <QApplication>
-#include <QLabel>
+#include "app/Startup.h"
 
 int main(int argc, char *argv[])
 {
-    ConfigStore::instance().parseCommandLine(argc, argv, false, QStringLiteral("config.cfg"),
-                                             {QStringLiteral("-c")});
-    QApplication app(argc, argv);
-    QLabel placeholder(QStringLiteral("Zelmap: the main window is not built yet."));
-    placeholder.show();
-    return app.exec();
+    return Startup::run(argc, argv);
 }

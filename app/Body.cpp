@@ -1,0 +1,202 @@
+#include "app/Body.h"
+
+#include "app/ConfigStore.h"
+#include "app/_FileDialog.h"
+#include "core/TDDataWL.h"
+#include "data/DataCtrl.h"
+#include "data/DataCtrls.h"
+#include "data/ImgBase.h"
+#include "io/BadPixelList.h"
+#include "io/ImageLoader.h"
+
+#include "ui_Body.h"
+
+#include <QCloseEvent>
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QMimeData>
+#include <QStatusBar>
+#include <QUrl>
+
+Body::Body(QWidget *parent)
+    : QMainWindow(parent), m_dataCtrls(new DataCtrls(QStringLiteral("DCs of Body"))),
+      m_ui(std::make_unique<Ui_Body>()), m_imgBase(std::make_unique<ImgBase>())
+{
+    m_ui->setupUi(this);
+    setWindowTitle(QStringLiteral("Zelmap"));
+    setAcceptDrops(true);
+    m_ui->DataListLayout->addWidget(m_dataCtrls);
+    m_dataCtrls->setImgBase(m_imgBase.get());
+
+    // Panels that have no control yet stay out of sight.
+    for (QWidget *w :
+         {static_cast<QWidget *>(m_ui->Calc), static_cast<QWidget *>(m_ui->Copy),
+          static_cast<QWidget *>(m_ui->Composite), static_cast<QWidget *>(m_ui->Filter),
+          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CalcFrame),
+          static_cast<QWidget *>(m_ui->CopyFrame), static_cast<QWidget *>(m_ui->CompositeFrame),
+          static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
+        w->hide();
+
+    m_openDialog = new _FileDialog(tr("Load image files"), this);
+    m_openDialog->setFileMode(QFileDialog::ExistingFiles);
+    m_openDialog->setAcceptMode(QFileDialog::AcceptOpen);
+    m_openDialog->setNameFilters(
+        {tr("KWNB Files, IMG Files, Tiff Files (*.dat *.img *.tif *.tiff)"),
+         tr("2D Data File (*.zmp)"), tr("Any (* *.*)")});
+    m_saveDialog = new _FileDialog(tr("Save"), this);
+    m_saveDialog->setFileMode(QFileDialog::AnyFile);
+    m_saveDialog->setAcceptMode(QFileDialog::AcceptSave);
+    m_saveDialog->setNameFilters(
+        {tr("2D Data File (*.zmp)"), tr("Img File (*.png *.jpg)"), tr("Any (* *.*)")});
+
+    connect(m_openDialog, &QFileDialog::filesSelected, this, &Body::loadFilesSelected);
+    connect(this, &Body::loadNextFile, this, &Body::loadAFile, Qt::QueuedConnection);
+    connect(m_saveDialog, &QFileDialog::fileSelected, this, &Body::saveFile);
+
+    connect(m_ui->Load, &QPushButton::clicked, m_openDialog, &QWidget::show);
+    connect(m_ui->Save, &QPushButton::clicked, m_saveDialog, &QWidget::show);
+    connect(m_ui->ShowImgBase, &QPushButton::clicked, m_dataCtrls,
+            qOverload<>(&DataCtrls::showImgBase));
+    connect(m_ui->InTab, &QCheckBox::toggled, m_dataCtrls, &DataCtrls::inTab);
+    connect(m_ui->DefaultColorScaleIsGrey, &QCheckBox::toggled, this, &Body::setDefaultColorScale);
+}
+
+Body::~Body()
+{
+    // Entries own displays that may be tabs of the image base: the list goes first.
+    delete m_dataCtrls;
+    m_dataCtrls = nullptr;
+}
+
+QSize Body::parseSize(const QString &text)
+{
+    const qsizetype x = text.indexOf(QLatin1Char('x'));
+    if (x < 0) return QSize();
+    bool okW = false, okH = false;
+    const int w = text.left(x).toInt(&okW, 10);
+    const int h = text.mid(x + 1).toInt(&okH, 10);
+    if (!okW || !okH) return QSize();
+    return QSize(w, h);
+}
+
+void Body::applyWindowSizes()
+{
+    ConfigStore &config = ConfigStore::instance();
+    const QSize body = parseSize(config.value(
+        QStringList{QStringLiteral("BodySize"), QStringLiteral("-bs")}, QStringLiteral("800x800")));
+    if (body.isValid()) resize(body);
+    const QSize base =
+        parseSize(config.value(QStringList{QStringLiteral("ImgBaseSize"), QStringLiteral("-ibs")},
+                               QStringLiteral("800x800")));
+    if (base.isValid()) m_imgBase->resize(base);
+}
+
+void Body::setDefaultColorScale()
+{
+    // Applies to images loaded from now on; each display keeps its own switch.
+}
+
+void Body::loadFilesSelected(QStringList fnames)
+{
+    for (const QString &name : std::as_const(fnames))
+        Q_EMIT loadNextFile(name);
+}
+
+void Body::loadAFile(QString fname)
+{
+    ImageLoader::Result result = ImageLoader::load(fname, &BadPixelList::processWide());
+    if (!result.record) {
+        report(tr("Cannot load %1: %2").arg(QFileInfo(fname).fileName(), result.error));
+        return;
+    }
+    calculatedData(result.record.release());
+    statusBar()->showMessage(tr("Loaded %1").arg(QFileInfo(fname).fileName()), 5000);
+}
+
+void Body::calculatedData(TDDataWL *data)
+{
+    if (!data) return;
+    m_dataCtrls->addData(data, m_ui->DefaultColorScaleIsGrey->isChecked());
+    m_dataCtrls->showImgBase0();
+}
+
+void Body::noticedFilteringLine(int line)
+{
+    m_ui->FilteringLine->setText(QString::number(line));
+}
+
+void Body::noticedFilterProcTime(qint64 ms)
+{
+    m_ui->FilterElapsedTime->setText(QString::number(double(ms) / 1000.0, 'g', 6));
+}
+
+bool Body::saveRecord(TDDataWL *record, const QString &fileName)
+{
+    const QString suffix = QFileInfo(fileName).suffix().toLower();
+    bool ok = false;
+    if (suffix == QLatin1String("png") || suffix == QLatin1String("jpg") ||
+        suffix == QLatin1String("jpeg")) {
+        // A picture saves the image as it is shown.
+        ok = record->image() && QImageWriter(fileName).write(*record->image());
+    } else {
+        ok = record->save(fileName);
+    }
+    if (!ok) report(tr("Could not save %1").arg(fileName));
+    return ok;
+}
+
+void Body::saveFile(QString fileName)
+{
+    if (fileName.isEmpty()) return;
+    if (m_ui->SaveSingle->isChecked()) {
+        for (int i = 0; i < m_dataCtrls->count(); ++i) {
+            if (m_dataCtrls->at(i)->isS1()) {
+                if (saveRecord(m_dataCtrls->record(i), fileName))
+                    statusBar()->showMessage(tr("Saved %1").arg(fileName), 5000);
+                return;
+            }
+        }
+        report(tr("Nothing saved: no image is chosen as S1"));
+        return;
+    }
+    const QDir dir = QFileInfo(fileName).absoluteDir();
+    int saved = 0;
+    for (int i = 0; i < m_dataCtrls->count(); ++i) {
+        if (!m_dataCtrls->at(i)->isA()) continue;
+        TDDataWL *record = m_dataCtrls->record(i);
+        const QString name = dir.filePath(record->fileSafeId() + QStringLiteral(".zmp"));
+        saved += saveRecord(record, name) ? 1 : 0;
+    }
+    statusBar()->showMessage(tr("Saved %n file(s)", nullptr, saved), 5000);
+}
+
+void Body::execLcfA() {}
+
+void Body::report(const QString &message)
+{
+    statusBar()->showMessage(message);
+}
+
+void Body::closeEvent(QCloseEvent *event)
+{
+    Q_EMIT finishing();
+    QMainWindow::closeEvent(event);
+}
+
+void Body::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void Body::dropEvent(QDropEvent *event)
+{
+    QStringList files;
+    for (const QUrl &url : event->mimeData()->urls())
+        if (url.isLocalFile()) files << url.toLocalFile();
+    if (!files.isEmpty()) {
+        event->acceptProposedAction();
+        loadFilesSelected(files);
+    }
+}

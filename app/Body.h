@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QStringList>
+
+#include <memory>
+
+class DataCtrls;
+class ImgBase;
+class TDDataWL;
+class Ui_Body;
+class _FileDialog;
+
+// The main window: owns the data list and the tabbed image window, loads files one per
+// turn of the event loop and saves records.
+class Body : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit Body(QWidget *parent = nullptr);
+    ~Body() override;
+
+    DataCtrls *dataCtrls() const { return m_dataCtrls; }
+    ImgBase *imgBase() const { return m_imgBase.get(); }
+    _FileDialog *openDialog() const { return m_openDialog; }
+    _FileDialog *saveDialog() const { return m_saveDialog; }
+
+    // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
+    void applyWindowSizes();
+    // "800x600" -> 800 by 600; an empty or malformed text gives an invalid size.
+    static QSize parseSize(const QString &text);
+
+Q_SIGNALS:
+    void finishing();
+    void loadNextFile(QString fname);
+
+public Q_SLOTS:
+    void setDefaultColorScale();
+    void loadAFile(QString fname);
+    void loadFilesSelected(QStringList fnames);
+    void calculatedData(TDDataWL *data);
+    void noticedFilteringLine(int line);
+    void noticedFilterProcTime(qint64 ms);
+    void saveFile(QString fileName);
+    void execLcfA();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    void report(const QString &message);
+    bool saveRecord(TDDataWL *record, const QString &fileName);
+
+    DataCtrls *m_dataCtrls = nullptr;
+    std::unique_ptr<Ui_Body> m_ui;
+    std::unique_ptr<ImgBase> m_imgBase;
+    _FileDialog *m_openDialog = nullptr;
+    _FileDialog *m_saveDialog = nullptr;
+};

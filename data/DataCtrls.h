@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QList>
+#include <QWidget>
+
+class DataCtrl;
+class ImgBase;
+class QAbstractButton;
+class QButtonGroup;
+class QVBoxLayout;
+class TDDataWL;
+
+// The list of all loaded and derived images, one entry each in load order. Turns the
+// entries' selection controls into one selection record: S1 and S2 (one image each, -1
+// for none) and the A and B flags of every entry.
+class DataCtrls : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DataCtrls(const QString &title, QWidget *parent = nullptr);
+    ~DataCtrls() override;
+
+    // The tabbed window the displays go to; its current tab focuses the matching entry.
+    void setImgBase(ImgBase *base);
+    ImgBase *imgBase() const { return m_base; }
+
+    // Makes an entry for record (taking ownership), appends it and returns it.
+    DataCtrl *addData(TDDataWL *record, bool grey = false);
+    // Takes the entry out of the list; deletes it later when asked to.
+    void removeDataCtrl(DataCtrl *entry, bool deleteLater = true);
+
+    int count() const { return int(m_entries.size()); }
+    DataCtrl *at(int i) const { return m_entries.at(i); }
+    int indexOf(const DataCtrl *entry) const;
+    TDDataWL *record(int i) const;
+    bool isInTab() const { return m_inTab; }
+
+Q_SIGNALS:
+    void selsChanged(int selS1Idx, int selS2Idx, QList<bool> selsA, QList<bool> selsB);
+
+private Q_SLOTS:
+    void aCtrlFocused();
+    void aTabRised(QWidget *imgDisp);
+    void multiSelsChanged(bool);
+    void singleSels1Changed(QAbstractButton *, bool);
+    void singleSels2Changed(QAbstractButton *, bool);
+    void selsChanged_();
+    void noticedAt(int ix, int iy);
+    void deleteAnDc();
+    void comeBackADcToTab();
+    void attentionADc();
+
+public Q_SLOTS:
+    void inTab(bool f);
+    void showImgBase(bool f);
+    void showImgBase();
+    void showImgBase0();
+
+private:
+    void placeDisplay(DataCtrl *entry);
+    void renumber();
+
+    QList<DataCtrl *> m_entries;
+    QVBoxLayout *m_layout = nullptr;
+    QButtonGroup *m_s1 = nullptr;
+    QButtonGroup *m_s2 = nullptr;
+    ImgBase *m_base = nullptr;
+    bool m_inTab = true;
+};
