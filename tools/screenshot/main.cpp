@@ -1,0 +1,63 @@
+// Draws the main window and the image window with files loaded into one PNG, offscreen:
+// the pictures in the README are made with it.
+//   zelmap-screenshot OUT.png FILE...
+#include "app/Body.h"
+#include "data/DataCtrl.h"
+#include "data/DataCtrls.h"
+#include "data/ImgBase.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QRadioButton>
+#include <QTextStream>
+
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QStringList args = app.arguments().mid(1);
+    QTextStream err(stderr);
+    if (args.size() < 2) {
+        err << "usage: zelmap-screenshot OUT.png FILE...\n";
+        return 2;
+    }
+    const QString out = args.takeFirst();
+
+    Body body;
+    body.resize(720, 520);
+    body.imgBase()->resize(760, 620);
+    body.show();
+    body.loadFilesSelected(args);
+    QElapsedTimer timer;
+    timer.start();
+    while (body.dataCtrls()->count() < args.size() && timer.elapsed() < 20000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    DataCtrls *list = body.dataCtrls();
+    if (list->count() == 0) {
+        err << "zelmap-screenshot: no file could be loaded\n";
+        return 1;
+    }
+    // A realistic moment: the first image chosen as S1, the next two ticked A.
+    list->at(0)->findChild<QRadioButton *>(QStringLiteral("SingleSel1"))->setChecked(true);
+    for (int i = 1; i < qMin(3, list->count()); ++i)
+        list->at(i)->findChild<QCheckBox *>(QStringLiteral("MultiSelA"))->setChecked(true);
+    body.imgBase()->setCurrentWidget(nullptr);
+    QCoreApplication::processEvents();
+
+    const QPixmap left = body.grab();
+    const QPixmap right = body.imgBase()->grab();
+    QImage sheet(left.width() + right.width() + 12, qMax(left.height(), right.height()),
+                 QImage::Format_RGB32);
+    sheet.fill(QColor(80, 80, 80));
+    QPainter p(&sheet);
+    p.drawPixmap(0, 0, left);
+    p.drawPixmap(left.width() + 12, 0, right);
+    p.end();
+    if (!sheet.save(out)) {
+        err << "zelmap-screenshot: cannot write " << out << "\n";
+        return 1;
+    }
+    return 0;
+}
