@@ -8,6 +8,7 @@
 #include "ui_ImgDisp.h"
 
 #include <QCloseEvent>
+#include <QDataStream>
 #include <QPainter>
 
 #include <algorithm>
@@ -181,15 +182,47 @@ QList<QRect> ImgDisp::regions() const
     return list;
 }
 
+void ImgDisp::insertRegion(int index, const QRect &r)
+{
+    m_ui->Regions->insertItem(
+        index,
+        QStringLiteral("(%1,%2)-(%3,%4)").arg(r.left()).arg(r.top()).arg(r.right()).arg(r.bottom()),
+        QVariant::fromValue(r));
+}
+
 void ImgDisp::setARegion()
 {
     if (m_regionState != Drawn) return;
-    const QRect r = regionRect();
-    m_ui->Regions->insertItem(
-        0,
-        QStringLiteral("(%1,%2)-(%3,%4)").arg(r.left()).arg(r.top()).arg(r.right()).arg(r.bottom()),
-        QVariant::fromValue(r));
+    insertRegion(0, regionRect());
     m_ui->Regions->setCurrentIndex(0);
+}
+
+void ImgDisp::writeRegions(QDataStream &s) const
+{
+    const QList<QRect> list = regions();
+    s << qint32(list.size());
+    for (const QRect &r : list)
+        s << r;
+}
+
+void ImgDisp::readRegions(QDataStream &s)
+{
+    qint32 n = 0;
+    s >> n;
+    m_ui->Regions->clear();
+    for (qint32 i = 0; i < n && s.status() == QDataStream::Ok; ++i) {
+        QRect r;
+        s >> r;
+        if (s.status() == QDataStream::Ok) insertRegion(m_ui->Regions->count(), r);
+    }
+    if (m_ui->Regions->count() > 0) m_ui->Regions->setCurrentIndex(0);
+    m_canvas->update();
+}
+
+void ImgDisp::setDrawRegions(bool on)
+{
+    m_drawRegions = on;
+    m_canvas->update();
 }
 
 void ImgDisp::delARegion()
@@ -273,6 +306,7 @@ void ImgDisp::drawRegions(QPainter *p)
         p->setBrush(Qt::NoBrush);
         p->drawRect(QRectF(QPointF(sx0, sy0), QPointF(sx1, sy1)).normalized());
     };
+    if (!m_drawRegions) return;
     p->save();
     const QList<QRect> kept = regions();
     for (int i = 0; i < kept.size(); ++i)

@@ -11,6 +11,7 @@ class ColorBar;
 class DispA;
 class MouseC;
 class QComboBox;
+class QDataStream;
 class QLabel;
 class QPainter;
 class Ui_ImgDisp;
@@ -47,6 +48,15 @@ public:
     // The rectangles of the list in order; an item without one gives the empty rectangle.
     QList<QRect> regions() const;
     QRect regionAt(int index) const;
+    // The list as a count (qint32) and the rectangles as the framework streams a QRect.
+    void writeRegions(QDataStream &s) const;
+    // Replaces the list with what writeRegions wrote; the first item becomes current.
+    void readRegions(QDataStream &s);
+
+    // Outlines of the kept regions and of the drawn one over the owner's picture; an owner
+    // that draws its own region rectangle can switch them off.
+    void setDrawRegions(bool on);
+    bool drawsRegions() const { return m_drawRegions; }
 
 signals:
     void closing();
@@ -80,6 +90,7 @@ protected:
 private:
     void drawRegions(QPainter *p);
     void updateRegionLabel();
+    void insertRegion(int index, const QRect &r);
     bool plainPress() const;
     double dataX() const;
     double dataY() const;
@@ -93,6 +104,7 @@ private:
     double m_viewW = 1.0, m_viewH = 1.0;
     int m_imageW = 1, m_imageH = 1;
     int m_regionState = NoRegion;
+    bool m_drawRegions = true;
     double m_startSX = 0.0, m_startSY = 0.0;
     double m_endSX = 0.0, m_endSY = 0.0;
     double m_startDX = 0.0, m_startDY = 0.0;

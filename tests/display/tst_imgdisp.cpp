@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDataStream>
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
@@ -228,6 +229,25 @@ void TstImgDisp::regionList()
     QCOMPARE(m_disp->regions(), (QList<QRect>{QRect(40, 41, 10, 20)}));
     QCOMPARE(list->currentIndex(), 0);
 
+    // Round trip through a data stream; a stream cut short keeps what it holds.
+    drag(QPoint(1, 2), QPoint(4, 8));
+    QTest::mouseClick(add, Qt::LeftButton);
+    QByteArray bytes;
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        m_disp->writeRegions(out);
+    }
+    const QList<QRect> kept = m_disp->regions();
+    m_disp->clearRegions();
+    QDataStream in(bytes);
+    m_disp->readRegions(in);
+    QCOMPARE(m_disp->regions(), kept);
+    QCOMPARE(list->itemText(0), QStringLiteral("(1,2)-(3,7)"));
+    QCOMPARE(list->currentIndex(), 0);
+    QDataStream cut(bytes.left(4 + 16));
+    m_disp->readRegions(cut);
+    QCOMPARE(m_disp->regions(), (QList<QRect>{kept.first()}));
+
     // An item that carries no rectangle reads back as the empty one.
     list->addItem(QStringLiteral("odd"), 5);
     QCOMPARE(m_disp->regionAt(1), QRect());
@@ -362,6 +382,9 @@ void TstImgDisp::screenshot()
         m_canvas->mapTo(m_disp.get(), QPoint(int(m_disp->coord()->dataToScreenX(1.0)),
                                              int(m_disp->coord()->dataToScreenY(1.0))));
     QCOMPARE(shot.pixel(edge), qRgb(255, 0, 0));
+    m_disp->setDrawRegions(false);
+    QCOMPARE(m_disp->grab().toImage().pixel(edge), rec.image()->pixel(1, 1));
+    m_disp->setDrawRegions(true);
 
     // Grey: the owner re-renders on the bar's update and the picture turns grey.
     QTest::mouseClick(m_disp->findChild<QCheckBox *>(QStringLiteral("GrayScale")), Qt::LeftButton);
