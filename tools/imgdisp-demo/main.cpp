@@ -83,5 +83,12 @@ int main(int argc, char **argv)
         base.addDisplay(disp, rec->dataId());
     }
     base.show();
+    // --grab FILE: a picture of the window instead of a session, for a look without a screen.
+    const QStringList args = app.arguments();
+    const qsizetype grab = args.indexOf(QStringLiteral("--grab"));
+    if (grab > 0 && grab + 1 < args.size()) {
+        QApplication::processEvents();
+        return base.grab().save(args[grab + 1]) ? 0 : 1;
+    }
     return app.exec();
 }
