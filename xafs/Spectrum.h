@@ -22,6 +22,7 @@ public:
 
     void append(double x, double y);
     void clear();
+    void reserve(int n) { m_points.reserve(size_t(n > 0 ? n : 0)); }
 
     int size() const { return int(m_points.size()); }
     bool isEmpty() const { return m_points.empty(); }

@@ -190,11 +190,12 @@ double XafsSpectrum::levelCrossing(double fraction) const
     const int n = size();
     int k = 0;
     double bestRise = 0.0;
+    double m1 = n >= 3 ? smoothedAt(x(1)) : 0.0;
     for (int i = 1; i <= n - 2; ++i) {
         const double e = x(i);
         const double level = fraction * post(e) + (1.0 - fraction) * pre(e);
-        const double m0 = smoothedAt(e);
-        const double m1 = smoothedAt(x(i + 1));
+        const double m0 = m1; // the same lookup as the previous step's upper end
+        m1 = smoothedAt(x(i + 1));
         if (level > m0 && m1 > level && m1 - m0 > bestRise) {
             bestRise = m1 - m0;
             k = i;
@@ -240,6 +241,9 @@ void XafsSpectrum::normalize(uint32_t fitKind)
     m_doubleNormalizedPostBase.clear();
     m_normalized.clear();
     m_doubleNormalized.clear();
+    for (Spectrum *d :
+         {&m_normalizedPostBase, &m_doubleNormalizedPostBase, &m_normalized, &m_doubleNormalized})
+        d->reserve(n);
     for (int i = 0; i < n; ++i) {
         const double e = x(i);
         const double mu = y(i);
