@@ -19,20 +19,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     (void)silenced;
     QBuffer buffer;
     buffer.setData(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
-    if (!buffer.open(QIODevice::ReadOnly))
-        return 0;
+    if (!buffer.open(QIODevice::ReadOnly)) return 0;
     XafsSpectrum spectrum;
-    if (!spectrum.read(buffer))
-        return 0;
+    if (!spectrum.read(buffer)) return 0;
     // The last byte picks the options, so both fits and the restricted search run.
     const uint8_t options = size > 0 ? data[size - 1] : 0;
     XafsSpectrum::EdgeParameters edge;
     edge.restrictEdge = options & 1;
-    if (spectrum.size() > 0)
-        edge.nominalE0 = spectrum.x(spectrum.size() / 2);
+    if (spectrum.size() > 0) edge.nominalE0 = spectrum.x(spectrum.size() / 2);
     spectrum.setEdgeParameters(edge);
-    if (options & 2)
-        spectrum.setXOffset(true, 1.5);
+    if (options & 2) spectrum.setXOffset(true, 1.5);
     if (options & 4) {
         spectrum.preLine().setJoinKind(VictLine::kCubicJoin);
         spectrum.postLine().setJoinKind(VictLine::kCubicJoin);
