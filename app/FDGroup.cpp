@@ -7,8 +7,8 @@ FDGroup::FDGroup(QObject *parent) : QObject(parent) {}
 
 void FDGroup::addDialog(QFileDialog *dialog)
 {
-    if (!dialog || m_dialogs.contains(dialog)) return;
-    m_dialogs.append(dialog);
+    if (!dialog || dialogs().contains(dialog)) return;
+    m_dialogs.append(Entry{dialog, dialog});
     connect(dialog, &QFileDialog::currentChanged, this, &FDGroup::currentChanged);
     connect(dialog, &QFileDialog::directoryEntered, this, &FDGroup::directoryEntered);
     connect(dialog, &QObject::destroyed, this, &FDGroup::forget);
@@ -17,8 +17,8 @@ void FDGroup::addDialog(QFileDialog *dialog)
 QList<QFileDialog *> FDGroup::dialogs() const
 {
     QList<QFileDialog *> list;
-    for (const QPointer<QFileDialog> &d : m_dialogs)
-        if (d) list.append(d.data());
+    for (const Entry &e : m_dialogs)
+        if (e.guard) list.append(e.dialog);
     return list;
 }
 
@@ -38,17 +38,15 @@ void FDGroup::moveAllTo(const QString &dir)
 {
     if (dir.isEmpty()) return;
     // Copy first: moving a dialog may make it signal back into this group.
-    const QList<QPointer<QFileDialog>> dialogs = m_dialogs;
-    for (const QPointer<QFileDialog> &d : dialogs) {
+    const QList<Entry> entries = m_dialogs;
+    for (const Entry &e : entries) {
         // Dialogs already there are left alone, which stops the change echoing back.
-        if (d && d->directory().absolutePath() != dir) d->setDirectory(dir);
+        if (e.guard && e.dialog->directory().absolutePath() != dir) e.dialog->setDirectory(dir);
     }
 }
 
 void FDGroup::forget(QObject *dialog)
 {
     // By now the pointer may already read as null, so drop those entries too.
-    m_dialogs.removeIf([dialog](const QPointer<QFileDialog> &d) {
-        return d.isNull() || static_cast<QObject *>(d.data()) == dialog;
-    });
+    m_dialogs.removeIf([dialog](const Entry &e) { return e.guard.isNull() || e.guard == dialog; });
 }

@@ -26,5 +26,11 @@ private:
     void moveAllTo(const QString &dir);
     void forget(QObject *dialog);
 
-    QList<QPointer<QFileDialog>> m_dialogs;
+    // The guard is a QObject pointer so that a dialog in mid-destruction is never cast back.
+    struct Entry
+    {
+        QPointer<QObject> guard;
+        QFileDialog *dialog;
+    };
+    QList<Entry> m_dialogs;
 };
