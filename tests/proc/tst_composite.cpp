@@ -1,0 +1,185 @@
+#include "core/TDDataWL.h"
+#include "data/DataCtrl.h"
+#include "data/DataCtrls.h"
+#include "data/ImgBase.h"
+#include "proc/CompositeCtrl.h"
+#include "proc/RgbComposite.h"
+
+#include <QCheckBox>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+template <typename T> T *child(QWidget *w, const char *name)
+{
+    T *found = w->findChild<T *>(QString::fromLatin1(name));
+    if (!found) qFatal("no widget %s", name);
+    return found;
+}
+
+// value(x, y) = scale * x + y, all valid.
+TDDataWL *makeRecord(int w, int h, double scale)
+{
+    auto *r = new TDDataWL(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            r->setValue(x, y, scale * x + y, true);
+    return r;
+}
+
+void setText(QLineEdit *edit, const QString &text)
+{
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+} // namespace
+
+class TestComposite : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void channelLevels();
+    void writesPngOfChannelValues();
+    void controlFollowsSelectionA();
+};
+
+void TestComposite::channelLevels()
+{
+    QCOMPARE(RgbComposite::level(0.0, true, 0.0, 10.0), 0);
+    QCOMPARE(RgbComposite::level(10.0, true, 0.0, 10.0), 255);
+    QCOMPARE(RgbComposite::level(5.0, true, 0.0, 10.0), 128);
+    QCOMPARE(RgbComposite::level(-3.0, true, 0.0, 10.0), 0);
+    QCOMPARE(RgbComposite::level(30.0, true, 0.0, 10.0), 255);
+    QCOMPARE(RgbComposite::level(10.0, false, 0.0, 10.0), 0);
+    QCOMPARE(RgbComposite::level(2.0, true, 10.0, 0.0), 204); // low above high inverts
+    QCOMPARE(RgbComposite::level(std::nan(""), true, 0.0, 10.0), 0);
+    QCOMPARE(RgbComposite::level(4.0, true, 4.0, 4.0), 255);
+    QCOMPARE(RgbComposite::level(3.9, true, 4.0, 4.0), 0);
+}
+
+void TestComposite::writesPngOfChannelValues()
+{
+    const std::unique_ptr<TDDataWL> red(makeRecord(6, 5, 1.0));
+    const std::unique_ptr<TDDataWL> green(makeRecord(4, 7, 2.0));
+    const std::unique_ptr<TDDataWL> blue(makeRecord(6, 6, 0.0));
+    red->setValue(1, 2, 3.0, false);
+
+    RgbComposite comp;
+    QVERIFY(comp.isEmpty());
+    QVERIFY(comp.compose().isNull());
+    comp.setChannel(RgbComposite::Red, red.get(), 0.0, 5.0);
+    comp.setChannel(RgbComposite::Green, green.get(), 0.0, 10.0);
+    comp.setChannel(RgbComposite::Blue, blue.get(), 5.0, 0.0);
+    QCOMPARE(comp.size(), QSize(4, 5));
+
+    QTemporaryDir dir;
+    const QString png = dir.filePath(QStringLiteral("c.png"));
+    QVERIFY(comp.save(png));
+    QImage back(png);
+    QCOMPARE(back.size(), QSize(4, 5));
+    for (int y = 0; y < 5; ++y) {
+        for (int x = 0; x < 4; ++x) {
+            const QRgb p = back.pixel(x, y);
+            const int r = (x == 1 && y == 2) ? 0 : RgbComposite::level(x + y, true, 0.0, 5.0);
+            QCOMPARE(qRed(p), r);
+            QCOMPARE(qGreen(p), RgbComposite::level(2.0 * x + y, true, 0.0, 10.0));
+            QCOMPARE(qBlue(p), RgbComposite::level(y, true, 5.0, 0.0));
+        }
+    }
+    QCOMPARE(qRed(back.pixel(3, 4)), 255);
+    QCOMPARE(qGreen(back.pixel(3, 4)), 255);
+    QCOMPARE(qBlue(back.pixel(3, 4)), 51);
+
+    // A missing channel is black; JPEG goes by the suffix.
+    comp.setChannel(RgbComposite::Green, nullptr, 0.0, 1.0);
+    QCOMPARE(comp.size(), QSize(6, 5));
+    const QString jpg = dir.filePath(QStringLiteral("c.jpg"));
+    QVERIFY(comp.save(jpg));
+    QImage jpeg(jpg);
+    QCOMPARE(jpeg.size(), QSize(6, 5));
+    QVERIFY(qGreen(jpeg.pixel(5, 4)) < 24);
+
+    // A preview fits the box and samples the picture.
+    const QImage preview = comp.compose(QSize(3, 3));
+    QCOMPARE(preview.size(), QSize(3, 2));
+    QCOMPARE(preview.pixel(2, 1), comp.compose().pixel(4, 2));
+}
+
+void TestComposite::controlFollowsSelectionA()
+{
+    ImgBase base;
+    DataCtrls list(QStringLiteral("DCs of test"));
+    list.setImgBase(&base);
+    CompositeCtrl ctrl(&list);
+    connect(&list, &DataCtrls::selsChanged, &ctrl, &CompositeCtrl::selsChanged);
+    list.addData(makeRecord(8, 8, 1.0));  // 0..14
+    list.addData(makeRecord(8, 8, 2.0));  // 0..21
+    list.addData(makeRecord(8, 6, 10.0)); // 0..75
+    list.addData(makeRecord(8, 8, 3.0));
+    list.show();
+    ctrl.show();
+    auto *save = child<QPushButton>(&ctrl, "SaveComposite");
+    QVERIFY(!save->isEnabled());
+    QTemporaryDir dir;
+    QVERIFY(!ctrl.saveComposite(dir.filePath(QStringLiteral("none.png"))));
+
+    // Ticked in the order 2, 0: list order decides, so entry 0 is red and entry 2 green.
+    QTest::mouseClick(child<QCheckBox>(list.at(2), "MultiSelA"), Qt::LeftButton);
+    QTest::mouseClick(child<QCheckBox>(list.at(0), "MultiSelA"), Qt::LeftButton);
+    QVERIFY(save->isEnabled());
+    QCOMPARE(ctrl.composite().record(RgbComposite::Red), list.record(0));
+    QCOMPARE(ctrl.composite().record(RgbComposite::Green), list.record(2));
+    QVERIFY(!ctrl.composite().record(RgbComposite::Blue));
+    auto *redLow = child<QLineEdit>(&ctrl, "RedLow");
+    auto *redHigh = child<QLineEdit>(&ctrl, "RedHigh");
+    QCOMPARE(redHigh->text(), QStringLiteral("14"));
+    QCOMPARE(child<QLineEdit>(&ctrl, "GreenHigh")->text(), QStringLiteral("75"));
+    QVERIFY(!child<QLineEdit>(&ctrl, "BlueLow")->isEnabled());
+    QVERIFY(!child<QLabel>(&ctrl, "Preview")->pixmap().isNull());
+
+    setText(redLow, QStringLiteral("2"));
+    setText(redHigh, QStringLiteral("4"));
+    QCOMPARE(ctrl.composite().low(RgbComposite::Red), 2.0);
+    QCOMPARE(ctrl.composite().high(RgbComposite::Red), 4.0);
+
+    // An edited range survives a selection change that keeps the channel's image.
+    QTest::mouseClick(child<QCheckBox>(list.at(3), "MultiSelA"), Qt::LeftButton);
+    QCOMPARE(ctrl.composite().high(RgbComposite::Red), 4.0);
+    QCOMPARE(ctrl.composite().record(RgbComposite::Blue), list.record(3));
+
+    QSignalSpy saved(&ctrl, &CompositeCtrl::compositeSaved);
+    const QString file = dir.filePath(QStringLiteral("rgb"));
+    QVERIFY(ctrl.saveComposite(file));
+    QCOMPARE(saved.count(), 1);
+    QCOMPARE(saved.at(0).at(0).toString(), file + QStringLiteral(".png"));
+    const QImage img(file + QStringLiteral(".png"));
+    QCOMPARE(img.size(), QSize(8, 6));
+    // Display ranges start at the smallest value other than zero.
+    const QRgb p = img.pixel(1, 2); // red 3 in [2, 4], green 12 in [1, 75], blue 5 in [1, 28]
+    QCOMPARE(qRed(p), 128);
+    QCOMPARE(qGreen(p), 38);
+    QCOMPARE(qBlue(p), 38);
+
+    QTest::mouseClick(child<QPushButton>(&ctrl, "ResetRanges"), Qt::LeftButton);
+    QCOMPARE(redLow->text(), QStringLiteral("1"));
+    QCOMPARE(ctrl.composite().high(RgbComposite::Red), 14.0);
+
+    // Removing the red entry moves the others up a channel.
+    list.removeDataCtrl(list.at(0));
+    QCOMPARE(ctrl.composite().record(RgbComposite::Red), list.record(1));
+    QVERIFY(!ctrl.composite().record(RgbComposite::Blue));
+}
+
+QTEST_MAIN(TestComposite)
+#include "tst_composite.moc"
