@@ -20,6 +20,9 @@ const QList<CliCommand> &commands()
          "a picture of the record through the display colour mapping", &render},
         {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR",
          &demo},
+        {"calc", "calc --num FORMULA [--den FORMULA] [--log|--no-log] [--neg] FILE... -o OUT.zmp",
+         "the Calc panel's sum/sum, ln by default; I[n] is the n-th FILE from 0",
+         &calc},
     };
     return list;
 }

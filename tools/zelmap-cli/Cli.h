@@ -38,5 +38,6 @@ int convert(const QStringList &args, QTextStream &out, QTextStream &err);
 int xafs(const QStringList &args, QTextStream &out, QTextStream &err);
 int render(const QStringList &args, QTextStream &out, QTextStream &err);
 int demo(const QStringList &args, QTextStream &out, QTextStream &err);
+int calc(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
