@@ -2,6 +2,7 @@
 
 #include "io/ImgFile.h"
 
+#include <QDebug>
 #include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
@@ -18,13 +19,22 @@ bool PictureReader::read(const QString &fileName, ImgFile &img)
     QImageReader reader(fileName);
     const QByteArray format = reader.format();
     if (format.isEmpty()) return false;
+    // Qt would allocate whatever a header declares, up to its own generous limit.
+    const qint64 fileSize = QFileInfo(fileName).size();
+    const qint64 maxPixels = fileSize * kMaxExpansion + 4096;
+    const QSize declared = reader.size();
+    if (declared.isValid() && qint64(declared.width()) * declared.height() > maxPixels) {
+        qDebug() << "image size larger than the file can hold (h,w) =" << declared.height()
+                 << declared.width() << fileName;
+        return false;
+    }
+    reader.setAllocationLimit(int(qBound(qint64(1), (8 * maxPixels) >> 20, qint64(1024))));
     const QImage picture = reader.read();
     if (picture.isNull()) return false;
     const int w = picture.width();
     const int h = picture.height();
     img.setFileName(fileName);
-    const qint64 fileSize = QFileInfo(fileName).size();
-    if (!img.allocate(ImgFile::PictureD, w, h, 8 * (fileSize * kMaxExpansion + 4096))) return false;
+    if (!img.allocate(ImgFile::PictureD, w, h, 8 * maxPixels)) return false;
     if (picture.format() == QImage::Format_Grayscale16) {
         for (int y = 0; y < h; ++y) {
             const quint16 *in = reinterpret_cast<const quint16 *>(picture.constScanLine(y));

@@ -356,6 +356,16 @@ void TestImgReaders::pictures()
     QCOMPARE(img.value(0, 0), 65000.0);
     QCOMPARE(img.value(1, 0), 1.0);
 
+    // A PNG header declaring far more pixels than its file could decode to is refused
+    // before Qt allocates them.
+    const QByteArray bomb = QByteArray::fromHex(
+        "89504e470d0a1a0a0000000d494844520000ea600000ea600800000000a5b92a9e0000000c49444154789c"
+        "6360181e000000c80001ad4076220000000049454e44ae426082");
+    MessageLog log;
+    QVERIFY(!img.read(text("bomb.png", bomb), &m_noBadPixels));
+    QVERIFY(log.contains(QStringLiteral("larger than the file can hold (h,w) = 60000 60000")));
+    QCOMPARE(img.value(0, 0), 65000.0); // the previous picture is still held
+
     QImage colour(2, 2, QImage::Format_RGB32);
     colour.fill(qRgb(255, 0, 0));
     const QString jpg = path("colour.jpg");
