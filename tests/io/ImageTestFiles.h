@@ -14,7 +14,7 @@
 
 namespace ImageTestFiles {
 
-struct TiffSpec
+struct TiffLayout
 {
     int width = 4;
     int height = 3;
@@ -27,7 +27,7 @@ struct TiffSpec
     bool tiled = false;
 };
 
-inline void putSample(std::vector<uchar> &buf, size_t at, const TiffSpec &s, double v)
+inline void putSample(std::vector<uchar> &buf, size_t at, const TiffLayout &s, double v)
 {
     uchar *p = buf.data() + at;
     if (s.format == SAMPLEFORMAT_IEEEFP && s.bits == 32) {
@@ -48,7 +48,7 @@ inline void putSample(std::vector<uchar> &buf, size_t at, const TiffSpec &s, dou
 }
 
 // value(x, y, page) gives every sample (all samples of a pixel alike).
-inline bool writeTiff(const QString &path, const TiffSpec &s,
+inline bool writeTiff(const QString &path, const TiffLayout &s,
                       const std::function<double(int, int, int)> &value)
 {
     TIFF *tif = TIFFOpen(QFile::encodeName(path).constData(), "w");

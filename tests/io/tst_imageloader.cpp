@@ -56,11 +56,11 @@ void TestImageLoader::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_tiff = m_dir.filePath(QStringLiteral("scan.E8979.5eV.tif"));
-    TiffSpec spec;
-    spec.width = 3;
-    spec.height = 2;
-    spec.exposureSeconds = 0.5;
-    QVERIFY(writeTiff(m_tiff, spec, [](int x, int y, int) { return 1 + x + 3 * y; }));
+    TiffLayout layout;
+    layout.width = 3;
+    layout.height = 2;
+    layout.exposureSeconds = 0.5;
+    QVERIFY(writeTiff(m_tiff, layout, [](int x, int y, int) { return 1 + x + 3 * y; }));
 
     TDDataWL r(2, 2);
     r.setDataId(QStringLiteral("a/b"));

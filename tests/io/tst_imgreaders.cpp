@@ -83,12 +83,12 @@ void TestImgReaders::initTestCase()
 void TestImgReaders::tiff16BitWithExposure()
 {
     const QString file = path("cam.tif");
-    TiffSpec spec;
-    spec.width = 5;
-    spec.height = 3;
-    spec.exposureSeconds = 0.025;
+    TiffLayout layout;
+    layout.width = 5;
+    layout.height = 3;
+    layout.exposureSeconds = 0.025;
     QVERIFY(
-        writeTiff(file, spec, [](int x, int y, int) { return x * 100 + y + (x == 4) * 60000; }));
+        writeTiff(file, layout, [](int x, int y, int) { return x * 100 + y + (x == 4) * 60000; }));
     ImgFile img;
     QVERIFY(img.read(file, &m_noBadPixels));
     QCOMPARE(img.formatName(), QStringLiteral("TIFF"));
@@ -104,8 +104,8 @@ void TestImgReaders::tiff16BitWithExposure()
 
     // Without an EXIF directory the exposure time stays at its initial 100 ms; the bad
     // pixels of the list are corrected.
-    spec.exposureSeconds = -1.0;
-    QVERIFY(writeTiff(file, spec, [](int x, int y, int) { return 10 * x + y; }));
+    layout.exposureSeconds = -1.0;
+    QVERIFY(writeTiff(file, layout, [](int x, int y, int) { return 10 * x + y; }));
     BadPixelList bad;
     bad.setEnabled(true);
     bad.add(0, 0);
@@ -143,13 +143,13 @@ void TestImgReaders::tiffOtherLayouts()
     };
     const QString file = path("layout.tif");
     for (const Case &c : cases) {
-        TiffSpec spec;
-        spec.width = 37; // not a multiple of the strip or word size
-        spec.height = 5;
-        spec.bits = c.bits;
-        spec.format = c.format;
-        spec.compression = c.compression;
-        QVERIFY(writeTiff(file, spec, [&](int x, int y, int) {
+        TiffLayout layout;
+        layout.width = 37; // not a multiple of the strip or word size
+        layout.height = 5;
+        layout.bits = c.bits;
+        layout.format = c.format;
+        layout.compression = c.compression;
+        QVERIFY(writeTiff(file, layout, [&](int x, int y, int) {
             return x == 0 && y == 0 ? c.a : x == 1 && y == 2 ? c.b : 1.0;
         }));
         ImgFile img;
@@ -165,7 +165,7 @@ void TestImgReaders::tiffOtherLayouts()
     }
 
     // Multi-page files: the first page is read.
-    TiffSpec pages;
+    TiffLayout pages;
     pages.pages = 3;
     QVERIFY(writeTiff(file, pages, [](int x, int, int page) { return 1000 * page + x; }));
     ImgFile img;
@@ -178,16 +178,16 @@ void TestImgReaders::tiffDeclinedLayouts()
 {
     // Colour and tiled files are left to Qt's TIFF support when it is installed.
     const bool qtTiff = QImageReader::supportedImageFormats().contains("tiff");
-    TiffSpec rgb;
+    TiffLayout rgb;
     rgb.bits = 8;
     rgb.samples = 3;
-    TiffSpec tiled;
+    TiffLayout tiled;
     tiled.width = 20;
     tiled.height = 18;
     tiled.tiled = true;
-    for (const TiffSpec &spec : {rgb, tiled}) {
+    for (const TiffLayout &layout : {rgb, tiled}) {
         const QString file = path("declined.tif");
-        QVERIFY(writeTiff(file, spec, [](int x, int, int) { return x * 10; }));
+        QVERIFY(writeTiff(file, layout, [](int x, int, int) { return x * 10; }));
         MessageLog log;
         ImgFile img;
         const bool read = img.read(file, &m_noBadPixels);
@@ -195,7 +195,7 @@ void TestImgReaders::tiffDeclinedLayouts()
         QCOMPARE(read, qtTiff);
         if (read) {
             QVERIFY(img.formatName().startsWith(QLatin1String("picture")));
-            QCOMPARE(img.value(2, 1), spec.bits == 8 ? 20.0 : 20.0 / 257);
+            QCOMPARE(img.value(2, 1), layout.bits == 8 ? 20.0 : 20.0 / 257);
         } else {
             QCOMPARE(img.pixelType(), int(ImgFile::Nothing));
         }
@@ -495,17 +495,17 @@ void TestImgReaders::dispatchOrder()
 void TestImgReaders::badInputKeepsState()
 {
     ImgFile img;
-    TiffSpec spec;
-    spec.width = 64;
-    spec.height = 64;
+    TiffLayout layout;
+    layout.width = 64;
+    layout.height = 64;
     const QString good = path("good.tif");
-    QVERIFY(writeTiff(good, spec, [](int x, int y, int) { return x + y; }));
+    QVERIFY(writeTiff(good, layout, [](int x, int y, int) { return x + y; }));
     QVERIFY(img.read(good, &m_noBadPixels));
 
     // Deflate data overwritten in the middle: the directory is intact, the rows are not.
-    spec.compression = COMPRESSION_ADOBE_DEFLATE;
+    layout.compression = COMPRESSION_ADOBE_DEFLATE;
     const QString deflated = path("deflated.tif");
-    QVERIFY(writeTiff(deflated, spec,
+    QVERIFY(writeTiff(deflated, layout,
                       [](int x, int y, int) { return (x * 7919 + y * 104729) % 65536; }));
     QFile d(deflated);
     QVERIFY(d.open(QIODevice::ReadOnly));
