@@ -1,5 +1,6 @@
 #include "app/Body.h"
 
+#include "app/AppState.h"
 #include "app/ConfigStore.h"
 #include "app/_FileDialog.h"
 #include "core/TDDataWL.h"
@@ -111,6 +112,8 @@ void Body::loadAFile(QString fname)
         report(tr("Cannot load %1: %2").arg(QFileInfo(fname).fileName(), result.error));
         return;
     }
+    if (AppState::debug())
+        qDebug() << "loaded" << fname << "as" << result.format;
     calculatedData(result.record.release());
     statusBar()->showMessage(tr("Loaded %1").arg(QFileInfo(fname).fileName()), 5000);
 }
