@@ -1,42 +1,26 @@
 // The configuration parser on arbitrary text: file lines, INCLUDE, the item splitter and
 // the command-line parser.
+#include "FuzzSupport.h"
 #include "app/ConfigStore.h"
 #include "app/ItemSplitter.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-
-#include <cstdint>
-
-namespace {
-
-void quiet(QtMsgType, const QMessageLogContext &, const QString &) {}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const bool installed = (qInstallMessageHandler(quiet), true);
-    (void)installed;
-    const QByteArray bytes(reinterpret_cast<const char *>(data), qsizetype(size));
-
-    // Files that include each other by the names a fuzzer can guess.
+    FuzzSupport::silenceQtMessages();
     // Relative INCLUDE names resolve here, never in the directory the fuzzer was started in.
-    static QTemporaryDir dir(QStringLiteral("/dev/shm/fuzz_config_XXXXXX"));
-    static const bool entered = dir.isValid() && QDir::setCurrent(dir.path());
+    static const bool entered =
+        !FuzzSupport::scratchDir().isEmpty() && QDir::setCurrent(FuzzSupport::scratchDir());
     if (!entered) return 0;
-    for (const char *name : {"a.cfg", "b"}) {
-        QFile f(dir.filePath(QString::fromLatin1(name)));
-        if (!f.open(QIODevice::WriteOnly)) return 0;
-        f.write(bytes);
-    }
+    // Two files that include each other by the names a fuzzer can guess.
+    const QString first = FuzzSupport::writeScratch("a.cfg", data, size);
+    if (first.isEmpty() || FuzzSupport::writeScratch("b", data, size).isEmpty()) return 0;
     ConfigStore store;
-    store.readFile(dir.filePath(QStringLiteral("a.cfg")));
+    store.readFile(first);
     (void)store.value(QStringList{QStringLiteral("A"), QStringLiteral("-a")}, QStringLiteral("d"));
 
-    const QString text = QString::fromUtf8(bytes);
+    const QString text = QString::fromUtf8(reinterpret_cast<const char *>(data), qsizetype(size));
     QString rest = text;
     for (int guard = 0; guard <= text.size() && !rest.isEmpty(); ++guard)
         ItemSplitter::take(rest, &rest);

@@ -1,18 +1,16 @@
 // The image file dispatch on arbitrary bytes: every reader (2dData, TIFF, HPK IMG, KWNB CT,
 // pictures, text matrix, # Size table) and the conversion into a record.
+#include "FuzzSupport.h"
 #include "core/TDDataWL.h"
 #include "io/BadPixelList.h"
 #include "io/ImageLoader.h"
 #include "io/ImgFile.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <cstdint>
 
 namespace {
-
-void quiet(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 BadPixelList &badPixels()
 {
@@ -31,16 +29,9 @@ BadPixelList &badPixels()
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const bool installed = (qInstallMessageHandler(quiet), true);
-    (void)installed;
-    static QTemporaryDir dir(QStringLiteral("/dev/shm/fuzz_dispatch_XXXXXX"));
-    if (!dir.isValid()) return 0;
-    static const QString path = dir.filePath(QStringLiteral("input.img"));
-    {
-        QFile f(path);
-        if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return 0;
-        f.write(reinterpret_cast<const char *>(data), qint64(size));
-    }
+    FuzzSupport::silenceQtMessages();
+    const QString path = FuzzSupport::writeScratch("input.img", data, size);
+    if (path.isEmpty()) return 0;
     const ImageLoader::Result r = ImageLoader::load(path, &badPixels());
     if (r.record && r.record->pixelCount() > 0) (void)r.record->value(r.record->pixelCount() - 1);
 

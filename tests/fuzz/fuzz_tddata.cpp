@@ -1,34 +1,18 @@
 // The 2dData reader on arbitrary bytes: header parsing alone, then a whole load from a file.
+#include "FuzzSupport.h"
 #include "core/TDDataHeader.h"
 #include "core/TDDataWL.h"
 
-#include <QCoreApplication>
-#include <QFile>
-#include <QTemporaryFile>
-
-#include <cstdint>
-
-namespace {
-
-void quiet(QtMsgType, const QMessageLogContext &, const QString &) {}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const bool installed = (qInstallMessageHandler(quiet), true);
-    (void)installed;
+    FuzzSupport::silenceQtMessages();
     const QByteArray bytes(reinterpret_cast<const char *>(data), qsizetype(size));
+    (void)TDDataHeader::parse(bytes.left(64), bytes);
 
-    const TDDataHeader parsed = TDDataHeader::parse(bytes.left(64), bytes);
-    (void)parsed;
-
-    QTemporaryFile file(QStringLiteral("/dev/shm/fuzz_tddata_XXXXXX"));
-    if (!file.open()) return 0;
-    file.write(bytes);
-    file.close();
+    const QString path = FuzzSupport::writeScratch("input.zmp", data, size);
+    if (path.isEmpty()) return 0;
     TDDataWL record(2, 2);
-    if (record.load(file.fileName())) {
+    if (record.load(path)) {
         // Whatever was accepted must be consistent and fully addressable.
         if (record.pixelCount() != qsizetype(record.width()) * record.height() &&
             record.pixelCount() != 0)

@@ -1,4 +1,5 @@
 // Spectrum reader and normalisation on arbitrary bytes.
+#include "FuzzSupport.h"
 #include "xafs/XafsSpectrum.h"
 
 #include <QBuffer>
@@ -7,16 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace {
-
-void quiet(QtMsgType, const QMessageLogContext &, const QString &) {}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    static const bool silenced = (qInstallMessageHandler(quiet), true);
-    (void)silenced;
+    FuzzSupport::silenceQtMessages();
     QBuffer buffer;
     buffer.setData(QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)));
     if (!buffer.open(QIODevice::ReadOnly)) return 0;
