@@ -27,24 +27,19 @@ struct TiffLayout
     bool tiled = false;
 };
 
+// Host byte order, which is what libtiff expects of the buffers it is handed.
 inline void putSample(std::vector<uchar> &buf, size_t at, const TiffLayout &s, double v)
 {
-    uchar *p = buf.data() + at;
-    if (s.format == SAMPLEFORMAT_IEEEFP && s.bits == 32) {
-        const float f = float(v);
-        std::memcpy(p, &f, 4);
-    } else if (s.format == SAMPLEFORMAT_IEEEFP && s.bits == 64) {
-        std::memcpy(p, &v, 8);
-    } else if (s.bits == 8) {
-        const qint64 i = qint64(v);
-        *p = uchar(i);
-    } else if (s.bits == 16) {
-        const quint16 i = quint16(qint64(v));
-        std::memcpy(p, &i, 2);
-    } else {
-        const quint32 i = quint32(qint64(v));
-        std::memcpy(p, &i, 4);
-    }
+    const float f = float(v);
+    const qint64 i = qint64(v);
+    const uchar i8 = uchar(i);
+    const quint16 i16 = quint16(i);
+    const quint32 i32 = quint32(i);
+    const void *from = s.format == SAMPLEFORMAT_IEEEFP ? (s.bits == 32 ? (const void *)&f : &v)
+                       : s.bits == 8                   ? (const void *)&i8
+                       : s.bits == 16                  ? (const void *)&i16
+                                                       : &i32;
+    std::memcpy(buf.data() + at, from, size_t(s.bits / 8));
 }
 
 // value(x, y, page) gives every sample (all samples of a pixel alike).

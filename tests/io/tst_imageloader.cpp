@@ -17,19 +17,17 @@ namespace {
 
 struct CliResult
 {
-    int status;
+    int status = -1;
     QString out;
     QString err;
 };
 
 CliResult runCli(const QStringList &args)
 {
-    QString out, err;
-    QTextStream o(&out), e(&err);
-    const int status = Cli::run(args, o, e);
-    o.flush();
-    e.flush();
-    return {status, out, err};
+    CliResult r;
+    QTextStream o(&r.out), e(&r.err);
+    r.status = Cli::run(args, o, e);
+    return o.flush(), e.flush(), r;
 }
 
 } // namespace
@@ -92,13 +90,12 @@ void TestImageLoader::imageFilesBecomeNamedRecords()
     QCOMPARE(r.pixelType, 0);
     QCOMPARE(r.exposureTime, 500.0);
     QCOMPARE(r.record->dataId(), QStringLiteral("scan.E8979.5eV"));
-    QCOMPARE(r.record->width(), 3);
-    QCOMPARE(r.record->height(), 2);
-    QCOMPARE(r.record->value(2, 1), 6.0);
+    QCOMPARE(QSize(r.record->width(), r.record->height()), QSize(3, 2));
     QCOMPARE(r.record->validCount(), qsizetype(6));
-    QCOMPARE(r.record->maxWithoutZeros(), 6.0);
-    QCOMPARE(r.record->minWithoutZeros(), 1.0);
     QCOMPARE(r.record->level(), 0);
+    QCOMPARE((QList<double>{r.record->value(2, 1), r.record->minWithoutZeros(),
+                            r.record->maxWithoutZeros()}),
+             (QList<double>{6, 1, 6}));
 
     // A bad pixel is corrected before the record is made.
     BadPixelList bad;
@@ -172,12 +169,10 @@ void TestImageLoader::cliConvert()
     QCOMPARE(r.status, 1);
     QVERIFY(r.err.contains(QLatin1String("already written")));
     QVERIFY(r.err.contains(QLatin1String("junk2.bin: not a file Zelmap can read")));
-    QCOMPARE(runCli({QStringLiteral("convert"), m_tiff}).status, 2);
-    QCOMPARE(runCli({QStringLiteral("convert"), QStringLiteral("-o")}).status, 2);
-    QCOMPARE(runCli({QStringLiteral("convert"), m_tiff, QStringLiteral("--x"), QStringLiteral("-o"),
-                     out})
-                 .status,
-             2);
+    for (const QStringList &usage :
+         {QStringList{m_tiff}, QStringList{QStringLiteral("-o")},
+          QStringList{m_tiff, QStringLiteral("--x"), QStringLiteral("-o"), out}})
+        QCOMPARE(runCli(QStringList{QStringLiteral("convert")} + usage).status, 2);
 }
 
 QTEST_GUILESS_MAIN(TestImageLoader)

@@ -4,6 +4,10 @@
 
 #include <QTest>
 
+#include <cmath>
+#include <limits>
+#include <tuple>
+
 namespace {
 
 // A 3 x 3 raster of the given type holding
@@ -17,6 +21,30 @@ void fill3x3(ImgFile &img, ImgFile::PixelType type)
     for (int i = 0; i < 9; ++i)
         img.setValue(i % 3, i / 3, v[i]);
     img.widenRows(0, 3);
+}
+
+// Refills the raster, lists exactly the given pixels and corrects them.
+void correct(ImgFile &img, BadPixelList &list, std::initializer_list<QPoint> bad,
+             ImgFile::PixelType type = ImgFile::Double)
+{
+    fill3x3(img, type);
+    list.clear();
+    for (const QPoint &p : bad)
+        list.add(p.x(), p.y());
+    img.correctBadPixels();
+}
+
+// What a one-row raster of the type holds after storing the values.
+QList<double> stored(ImgFile::PixelType type, const QList<double> &values)
+{
+    ImgFile img;
+    if (!img.allocate(type, int(values.size()), 1, 1024)) return {};
+    QList<double> back;
+    for (int x = 0; x < values.size(); ++x)
+        img.setValue(x, 0, values[x]);
+    for (int x = 0; x < values.size(); ++x)
+        back << img.value(x, 0);
+    return back;
 }
 
 } // namespace
@@ -66,11 +94,9 @@ void TestImgFile::valueAddressingAndOrigin()
     QCOMPARE(img.value(7, 0), 80.0);
     QCOMPARE(img.value(6, -1), 40.0);
     // Just outside on every side, and far away without overflow.
-    QCOMPARE(img.value(4, -2), 0.0);
-    QCOMPARE(img.value(8, -2), 0.0);
-    QCOMPARE(img.value(5, -3), 0.0);
-    QCOMPARE(img.value(5, 1), 0.0);
-    QCOMPARE(img.value(INT_MIN, INT_MAX), 0.0);
+    for (const QPoint p :
+         {QPoint(4, -2), QPoint(8, -2), QPoint(5, -3), QPoint(5, 1), QPoint(INT_MIN, INT_MAX)})
+        QCOMPARE(img.value(p.x(), p.y()), 0.0);
     img.setValue(8, 0, 9.0); // outside: ignored
     img.setValue(7, -2, 9.5);
     QCOMPARE(img.value(7, -2), 9.5);
@@ -80,35 +106,13 @@ void TestImgFile::valueAddressingAndOrigin()
 
 void TestImgFile::setValueNarrowsPerType()
 {
-    ImgFile u16;
-    QVERIFY(u16.allocate(ImgFile::U16, 4, 1, 1024));
-    u16.setValue(0, 0, 12.9);
-    u16.setValue(1, 0, -3.0);
-    u16.setValue(2, 0, 70000.0);
-    u16.setValue(3, 0, std::nan(""));
-    QCOMPARE(u16.value(0, 0), 12.0);
-    QCOMPARE(u16.value(1, 0), 0.0);
-    QCOMPARE(u16.value(2, 0), 65535.0);
-    QCOMPARE(u16.value(3, 0), 0.0);
-
-    ImgFile u32;
-    QVERIFY(u32.allocate(ImgFile::U32, 2, 1, 1024));
-    u32.setValue(0, 0, 4000000000.7);
-    u32.setValue(1, 0, 1e12);
-    QCOMPARE(u32.value(0, 0), 4000000000.0);
-    QCOMPARE(u32.value(1, 0), 4294967295.0);
-
-    ImgFile f;
-    QVERIFY(f.allocate(ImgFile::Float, 2, 1, 1024));
-    f.setValue(0, 0, 0.1);
-    f.setValue(1, 0, 1e300);
-    QCOMPARE(f.value(0, 0), double(0.1f));
-    QVERIFY(std::isinf(f.value(1, 0)));
-
-    ImgFile d;
-    QVERIFY(d.allocate(ImgFile::TextD, 1, 1, 1024));
-    d.setValue(0, 0, 0.1);
-    QCOMPARE(d.value(0, 0), 0.1);
+    const double inf = std::numeric_limits<double>::infinity();
+    QCOMPARE(stored(ImgFile::U16, {12.9, -3.0, 70000.0, std::nan("")}),
+             (QList<double>{12, 0, 65535, 0}));
+    QCOMPARE(stored(ImgFile::U32, {4000000000.7, 1e12}),
+             (QList<double>{4000000000.0, 4294967295.0}));
+    QCOMPARE(stored(ImgFile::Float, {0.1, 1e300}), (QList<double>{double(0.1f), inf}));
+    QCOMPARE(stored(ImgFile::TextD, {0.1}), (QList<double>{0.1}));
 }
 
 void TestImgFile::badPixelCornersAndEdges()
@@ -117,51 +121,32 @@ void TestImgFile::badPixelCornersAndEdges()
     list.setEnabled(true);
     ImgFile img;
     img.setBadPixelList(&list);
-    fill3x3(img, ImgFile::Double);
 
     // Top-left corner: (0, 1) fails the shifted row test, so only (1, 0) and (1, 1) count.
-    list.add(0, 0);
-    img.correctBadPixels();
+    correct(img, list, {{0, 0}});
     QCOMPARE(img.value(0, 0), (10.0 + 40.0) / 2);
 
     // Top edge: the pixel below never counts on the first row.
-    fill3x3(img, ImgFile::Double);
-    list.clear();
-    list.add(1, 0);
-    img.correctBadPixels();
+    correct(img, list, {{1, 0}});
     QCOMPARE(img.value(1, 0), (100.0 + 30.0 + 20.0 + 50.0) / 4);
 
     // Last row: the neighbour below counts, with the value 0.0.
-    fill3x3(img, ImgFile::Double);
-    list.clear();
-    list.add(1, 2);
-    img.correctBadPixels();
+    correct(img, list, {{1, 2}});
     QCOMPARE(img.value(1, 2), (30.0 + 60.0 + 40.0 + 0.0 + 50.0 + 80.0) / 6);
 
     // Bottom-right corner and right edge.
-    fill3x3(img, ImgFile::Double);
-    list.clear();
-    list.add(2, 2);
-    list.add(2, 1);
-    img.correctBadPixels();
+    correct(img, list, {{2, 2}, {2, 1}});
     // (2, 2): (1, 1), (1, 2), the 0.0 below, (2, 1) is bad and left out.
     QCOMPARE(img.value(2, 2), (40.0 + 70.0 + 0.0) / 3);
     // (2, 1): (1, 0), (1, 1), (1, 2), (2, 0), the corrected (2, 2) is bad and left out.
     QCOMPARE(img.value(2, 1), (10.0 + 40.0 + 70.0 + 20.0) / 4);
 
     // Integer rasters store the truncated mean.
-    fill3x3(img, ImgFile::U16);
-    list.clear();
-    list.add(1, 2);
-    img.correctBadPixels();
+    correct(img, list, {{1, 2}}, ImgFile::U16);
     QCOMPARE(img.value(1, 2), 43.0);
 
     // Pixels outside the raster are skipped.
-    fill3x3(img, ImgFile::Double);
-    list.clear();
-    list.add(-1, 0);
-    list.add(3, 3);
-    img.correctBadPixels();
+    correct(img, list, {{-1, 0}, {3, 3}});
     QCOMPARE(img.value(0, 0), 100.0);
     QCOMPARE(img.value(2, 2), 80.0);
 }
@@ -190,12 +175,8 @@ void TestImgFile::badPixelNeighboursAndOffsets()
     QCOMPARE(img.value(0, 1), (100.0 + 60.0 + 10.0 + 70.0) / 4);
 
     // Sensor coordinates: the offset is subtracted before use, also for the neighbour test.
-    list.clear();
-    list.add(11, 21);
-    list.add(12, 22);
-    fill3x3(img, ImgFile::Double);
     img.setSensorOffset(10, 20);
-    img.correctBadPixels();
+    correct(img, list, {{11, 21}, {12, 22}});
     QCOMPARE(img.value(1, 1), (100.0 + 30 + 60 + 10 + 70 + 20 + 50) / 7);
     // (1, 1) is listed: left out; (1, 2), the 0.0 below and (2, 1) count.
     QCOMPARE(img.value(2, 2), (70.0 + 0.0 + 50.0) / 3);
@@ -238,9 +219,9 @@ void TestImgFile::previewAndClear()
     QVERIFY(img.preview());
     QCOMPARE(img.preview()->format(), QImage::Format_Grayscale8);
     QCOMPARE(img.preview()->bytesPerLine(), 4);
-    QCOMPARE(qGray(img.preview()->pixel(0, 0)), 255); // the maximum
-    QCOMPARE(qGray(img.preview()->pixel(1, 0)), 0);   // the minimum
-    QCOMPARE(qGray(img.preview()->pixel(1, 1)), 85);  // (40 - 10) / 90
+    // The maximum, the minimum and (40 - 10) / 90.
+    for (const auto &[x, y, grey] : {std::tuple{0, 0, 255}, {1, 0, 0}, {1, 1, 85}})
+        QCOMPARE(qGray(img.preview()->pixel(x, y)), grey);
 
     img.setDisplayFormat(QImage::Format_RGB888);
     img.renderPreview();
@@ -266,16 +247,14 @@ void TestImgFile::recordConversion()
         const auto r = img.toRecord();
         QVERIFY(r);
         QCOMPARE(r->dataId(), QStringLiteral("run.E8979.5eV"));
-        QCOMPARE(r->width(), 3);
-        QCOMPARE(r->height(), 3);
+        QCOMPARE(QSize(r->width(), r->height()), QSize(3, 3));
         QCOMPARE(r->level(), 0);
-        QCOMPARE(r->value(0, 0), 100.0);
-        QCOMPARE(r->value(2, 1), 50.0);
-        QCOMPARE(r->value(2, 2), 80.0);
         QCOMPARE(r->validCount(), qsizetype(9));
-        QCOMPARE(r->minWithoutZeros(), 10.0);
-        QCOMPARE(r->maxWithoutZeros(), 100.0);
-        QCOMPARE(r->minWithZeros(), 0.0); // a new record has seen its initial zeros
+        QCOMPARE((QList<double>{r->value(0, 0), r->value(2, 1), r->value(2, 2)}),
+                 (QList<double>{100, 50, 80}));
+        // A new record has seen its initial zeros.
+        QCOMPARE((QList<double>{r->minWithZeros(), r->minWithoutZeros(), r->maxWithoutZeros()}),
+                 (QList<double>{0, 10, 100}));
     }
 }
 
@@ -296,12 +275,10 @@ void TestImgFile::wideRowExtremes()
         QCOMPARE(img.minimum(), 0.0);
         QCOMPARE(img.maximum(), 65535.0);
         const auto r = img.toRecord();
-        QCOMPARE(r->minWithZeros(), 0.0);
-        QCOMPARE(r->minWithoutZeros(), 1.0);
-        QCOMPARE(r->maxWithoutZeros(), 65535.0);
+        QCOMPARE((QList<double>{r->minWithZeros(), r->minWithoutZeros(), r->maxWithoutZeros()}),
+                 (QList<double>{0, 1, 65535}));
         img.setValue(20, 1, 401);
-        const auto r2 = img.toRecord();
-        QCOMPARE(r2->minWithoutZeros(), 400.0);
+        QCOMPARE(img.toRecord()->minWithoutZeros(), 400.0);
     }
     // All zeros: the non-zero pair keeps its initial values.
     ImgFile zeros;
