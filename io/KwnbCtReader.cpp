@@ -11,15 +11,6 @@ namespace {
 
 constexpr const char *kKeys[4] = {"RANGE_X0", "RANGE_X1", "RANGE_Y0", "RANGE_Y1"};
 
-QByteArrayView trimmed(QByteArrayView v)
-{
-    while (!v.isEmpty() && TextLineReader::isSpace(v.front()))
-        v = v.sliced(1);
-    while (!v.isEmpty() && TextLineReader::isSpace(v.back()))
-        v.chop(1);
-    return v;
-}
-
 // Which key a header line carries (-1 for none); *value receives the text after it with
 // an optional "=" or ":" removed and any "#" comment cut off.
 int keyOf(QByteArrayView line, QByteArrayView *value)
@@ -31,11 +22,11 @@ int keyOf(QByteArrayView line, QByteArrayView *value)
         if (!rest.isEmpty() && !TextLineReader::isSpace(rest.front()) && rest.front() != '=' &&
             rest.front() != ':')
             continue; // a longer word such as RANGE_X01
-        rest = trimmed(rest);
+        rest = TextLineReader::trimmed(rest);
         if (!rest.isEmpty() && (rest.front() == '=' || rest.front() == ':'))
-            rest = trimmed(rest.sliced(1));
+            rest = TextLineReader::trimmed(rest.sliced(1));
         const qsizetype hash = rest.indexOf('#');
-        if (hash >= 0) rest = trimmed(rest.first(hash));
+        if (hash >= 0) rest = TextLineReader::trimmed(rest.first(hash));
         *value = rest;
         return k;
     }
@@ -72,10 +63,10 @@ int KwnbCtReader::readHeader(const QByteArray &text, Range *range)
     int count = 1;
     int lineNo = 1;
     while (!lines.atEnd()) {
-        QByteArrayView line = trimmed(lines.next());
+        QByteArrayView line = TextLineReader::trimmed(lines.next());
         ++lineNo;
         const bool comment = line.startsWith('#');
-        if (comment) line = trimmed(line.sliced(1));
+        if (comment) line = TextLineReader::trimmed(line.sliced(1));
         QByteArrayView value;
         const int k = keyOf(line, &value);
         if (k < 0 && !comment && !line.isEmpty()) break; // the first pixel line

@@ -8,19 +8,10 @@
 
 namespace {
 
-QByteArrayView trimmed(QByteArrayView v)
-{
-    while (!v.isEmpty() && TextLineReader::isSpace(v.front()))
-        v = v.sliced(1);
-    while (!v.isEmpty() && TextLineReader::isSpace(v.back()))
-        v.chop(1);
-    return v;
-}
-
 // "W H", "W x H", "WxH", "W, H" after the key, optionally behind ":" or "=".
 bool twoIntegers(QByteArrayView rest, qint64 *a, qint64 *b)
 {
-    rest = trimmed(rest);
+    rest = TextLineReader::trimmed(rest);
     if (!rest.isEmpty() && (rest.front() == ':' || rest.front() == '=')) rest = rest.sliced(1);
     QByteArray text(rest.data(), rest.size());
     text.replace(',', ' ');
@@ -43,15 +34,16 @@ bool SizeTableReader::read(const QString &fileName, ImgFile &img)
     if (!file.open(QIODevice::ReadOnly)) return false;
     // Refuse at once without reading a whole unrelated file.
     const QByteArray first = file.readLine(256);
-    const QByteArrayView mark = trimmed(first);
-    if (!mark.startsWith('#') || !trimmed(mark.sliced(1)).startsWith("Size"))
+    const QByteArrayView mark = TextLineReader::trimmed(first);
+    if (!mark.startsWith('#') || !TextLineReader::trimmed(mark.sliced(1)).startsWith("Size"))
         return false;
     const QByteArray text = first + file.readAll();
     file.close();
     img.setFileName(fileName);
 
     TextLineReader lines(text);
-    const QByteArrayView head = trimmed(trimmed(lines.next()).sliced(1));
+    const QByteArrayView head =
+        TextLineReader::trimmed(TextLineReader::trimmed(lines.next()).sliced(1));
     qint64 w = 0;
     qint64 h = 0;
     if (!twoIntegers(head.sliced(4), &w, &h) || w < 1 || h < 1 || w > INT_MAX || h > INT_MAX) {
@@ -64,10 +56,10 @@ bool SizeTableReader::read(const QString &fileName, ImgFile &img)
     int lineNo = 1;
     int y = 0;
     while (!lines.atEnd()) {
-        QByteArrayView line = trimmed(lines.next());
+        QByteArrayView line = TextLineReader::trimmed(lines.next());
         ++lineNo;
         if (y == 0 && line.startsWith('#')) {
-            const QByteArrayView body = trimmed(line.sliced(1));
+            const QByteArrayView body = TextLineReader::trimmed(line.sliced(1));
             qint64 ox = 0;
             qint64 oy = 0;
             if (body.startsWith("Origin")) {
@@ -81,7 +73,7 @@ bool SizeTableReader::read(const QString &fileName, ImgFile &img)
             }
         }
         const qsizetype hash = line.indexOf('#');
-        if (hash >= 0) line = trimmed(line.first(hash));
+        if (hash >= 0) line = TextLineReader::trimmed(line.first(hash));
         if (line.isEmpty()) continue;
         if (y >= h) {
             qDebug() << "# Size table: more than" << h << "rows, at line" << lineNo << fileName;

@@ -51,6 +51,15 @@ public:
         return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
     }
 
+    static QByteArrayView trimmed(QByteArrayView v)
+    {
+        while (!v.isEmpty() && isSpace(v.front()))
+            v = v.sliced(1);
+        while (!v.isEmpty() && isSpace(v.back()))
+            v.chop(1);
+        return v;
+    }
+
 private:
     static bool isSeparator(char c, bool commas) { return isSpace(c) || (commas && c == ','); }
 
