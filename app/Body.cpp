@@ -9,6 +9,8 @@
 #include "data/ImgBase.h"
 #include "io/BadPixelList.h"
 #include "io/ImageLoader.h"
+#include "proc/CalcCtrl.h"
+#include "proc/CompositeCtrl.h"
 
 #include "ui_Body.h"
 
@@ -33,12 +35,23 @@ Body::Body(QWidget *parent)
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Calc), static_cast<QWidget *>(m_ui->Copy),
-          static_cast<QWidget *>(m_ui->Composite), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CalcFrame),
-          static_cast<QWidget *>(m_ui->CopyFrame), static_cast<QWidget *>(m_ui->CompositeFrame),
+         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
+          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CopyFrame),
           static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
+
+    // Panels with a control open and close with their button.
+    m_calcCtrl = new CalcCtrl(m_dataCtrls, m_ui->CalcFrame);
+    m_ui->CalcLayout->addWidget(m_calcCtrl);
+    m_compositeCtrl = new CompositeCtrl(m_dataCtrls, m_ui->CompositeFrame);
+    m_ui->CompositeLayout->addWidget(m_compositeCtrl);
+    m_ui->CalcFrame->setVisible(m_ui->Calc->isChecked());
+    m_ui->CompositeFrame->setVisible(m_ui->Composite->isChecked());
+    connect(m_ui->Calc, &QPushButton::toggled, m_ui->CalcFrame, &QWidget::setVisible);
+    connect(m_ui->Composite, &QPushButton::toggled, m_ui->CompositeFrame, &QWidget::setVisible);
+    connect(m_dataCtrls, &DataCtrls::selsChanged, m_calcCtrl, &CalcCtrl::selsChanged);
+    connect(m_dataCtrls, &DataCtrls::selsChanged, m_compositeCtrl, &CompositeCtrl::selsChanged);
+    connect(m_calcCtrl, &CalcCtrl::newDataGenerated, this, &Body::calculatedData);
 
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);
@@ -112,8 +125,7 @@ void Body::loadAFile(QString fname)
         report(tr("Cannot load %1: %2").arg(QFileInfo(fname).fileName(), result.error));
         return;
     }
-    if (AppState::debug())
-        qDebug() << "loaded" << fname << "as" << result.format;
+    if (AppState::debug()) qDebug() << "loaded" << fname << "as" << result.format;
     calculatedData(result.record.release());
     statusBar()->showMessage(tr("Loaded %1").arg(QFileInfo(fname).fileName()), 5000);
 }

@@ -5,6 +5,8 @@
 
 #include <memory>
 
+class CalcCtrl;
+class CompositeCtrl;
 class DataCtrls;
 class ImgBase;
 class TDDataWL;
@@ -25,6 +27,8 @@ public:
     ImgBase *imgBase() const { return m_imgBase.get(); }
     _FileDialog *openDialog() const { return m_openDialog; }
     _FileDialog *saveDialog() const { return m_saveDialog; }
+    CalcCtrl *calcCtrl() const { return m_calcCtrl; }
+    CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -59,4 +63,6 @@ private:
     std::unique_ptr<ImgBase> m_imgBase;
     _FileDialog *m_openDialog = nullptr;
     _FileDialog *m_saveDialog = nullptr;
+    CalcCtrl *m_calcCtrl = nullptr;
+    CompositeCtrl *m_compositeCtrl = nullptr;
 };

@@ -1,3 +1,4 @@
+#include "app/Body.h"
 #include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
@@ -53,6 +54,7 @@ private Q_SLOTS:
     void cleanup();
     void genFromTypedFormulas();
     void selectionsRewriteFormulas();
+    void mainWindowTakesResults();
 
 private:
     std::unique_ptr<ImgBase> m_base;
@@ -161,6 +163,24 @@ void TestCalcCtrl::selectionsRewriteFormulas()
     // Unticking drops the term; the kept coefficient stays.
     QTest::mouseClick(child<QCheckBox>(m_list->at(1), "MultiSelA"), Qt::LeftButton);
     QCOMPARE(num->text(), QStringLiteral("-2*I[3]"));
+}
+
+void TestCalcCtrl::mainWindowTakesResults()
+{
+    Body body;
+    body.show();
+    auto *frame = child<QWidget>(&body, "CalcFrame");
+    QVERIFY(!frame->isVisible());
+    QTest::mouseClick(child<QPushButton>(&body, "Calc"), Qt::LeftButton);
+    QVERIFY(frame->isVisible());
+    body.calculatedData(makeRecord(0));
+    body.calculatedData(makeRecord(1));
+    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(1), "MultiSelA"), Qt::LeftButton);
+    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(0), "MultiSelB"), Qt::LeftButton);
+    QTest::mouseClick(child<QPushButton>(frame, "Gen"), Qt::LeftButton);
+    QCOMPARE(body.dataCtrls()->count(), 3);
+    QCOMPARE(body.dataCtrls()->record(2)->dataId(), QStringLiteral("Cl[log(I[1]/I[0])]"));
+    QCOMPARE(body.dataCtrls()->record(2)->value(0), std::log(2.0));
 }
 
 QTEST_MAIN(TestCalcCtrl)
