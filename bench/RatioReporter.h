@@ -22,9 +22,14 @@ public:
     void ReportRuns(const std::vector<Run> &runs) override
     {
         ConsoleReporter::ReportRuns(runs);
-        for (const Run &run : runs)
-            if (run.run_type == Run::RT_Iteration)
-                m_times[run.run_name.function_name] = run.GetAdjustedRealTime();
+        // With repetitions the fastest is the least disturbed by others on the machine.
+        for (const Run &run : runs) {
+            if (run.run_type != Run::RT_Iteration) continue;
+            const std::string &name = run.run_name.function_name;
+            const double t = run.GetAdjustedRealTime();
+            const auto it = m_times.find(name);
+            if (it == m_times.end() || t < it->second) m_times[name] = t;
+        }
     }
 
     void printRatios(const std::vector<BenchRatio> &ratios) const

@@ -1,5 +1,7 @@
 // Renders a 2048 x 2048 record to 32-bit pixels and compares the time with a plain
 // table loop over the same doubles, measured in the same run.
+#include "RatioReporter.h"
+
 #include "core/TDData.h"
 #include "display/ColorBar0.h"
 
@@ -68,36 +70,9 @@ void BM_PlainTableLoop(benchmark::State &state)
 }
 BENCHMARK(BM_PlainTableLoop)->Unit(benchmark::kMillisecond)->Repetitions(5);
 
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
-        ConsoleReporter::ReportRuns(runs);
-        // The fastest repetition is the least disturbed on a shared machine.
-        for (const Run &run : runs) {
-            if (run.run_type != Run::RT_Iteration) continue;
-            const std::string name = run.run_name.function_name;
-            const double t = run.GetAdjustedRealTime();
-            const auto it = times.find(name);
-            if (it == times.end() || t < it->second) times[name] = t;
-        }
-    }
-    std::map<std::string, double> times;
-};
-
 } // namespace
 
 int main(int argc, char **argv)
 {
-    benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    const auto mine = reporter.times.find("BM_MakeImage");
-    const auto ref = reporter.times.find("BM_PlainTableLoop");
-    if (mine != reporter.times.end() && ref != reporter.times.end() && ref->second > 0)
-        std::printf("makeImage / plain table loop (fastest of each): %.3f (%.2f ms vs %.2f ms)\n",
-                    mine->second / ref->second, mine->second, ref->second);
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksWithRatios(argc, argv, {{"BM_MakeImage", "BM_PlainTableLoop", 1.2}});
 }
