@@ -40,10 +40,10 @@ void TstColorBar::barPictureOnScreen()
     QCOMPARE(shot.pixelColor(10, 299), QColor(255, 128, 0));  // entry 383
     QCOMPARE(shot.pixelColor(3, 449), QColor(191, 0, 0));     // entry 191
     QCOMPARE(shot.pixelColor(17, 149), QColor(255, 255, 64)); // entry 574
-    QCOMPARE(bar->colorOfH(0), QColor(0, 0, 0));
-    QCOMPARE(bar->colorOfH(600), QColor(255, 255, 255));
-    QCOMPARE(bar->colorOfH(-5), QColor(0, 0, 0));
-    QCOMPARE(bar->colorOfH(900), QColor(255, 255, 255));
+    // Heights beyond the ends clamp.
+    QCOMPARE((QList<QColor>{bar->colorOfH(0), bar->colorOfH(600), bar->colorOfH(-5),
+                            bar->colorOfH(900)}),
+             (QList<QColor>{Qt::black, Qt::white, Qt::black, Qt::white}));
 
     // Markers at a quarter and three quarters: lines at their rows, ramp squeezed between.
     QSignalSpy updated(bar.get(), &ColorBar::cBarUpdated);
@@ -51,11 +51,11 @@ void TstColorBar::barPictureOnScreen()
     bar->paintCBar();
     QCOMPARE(updated.size(), 1);
     shot = bar->grab().toImage();
-    QCOMPARE(shot.pixelColor(10, 150), QColor(0, 192, 255));
-    QCOMPARE(shot.pixelColor(10, 450), QColor(0, 192, 255));
-    QCOMPARE(shot.pixelColor(10, 299), QColor(255, 128, 0));
-    QCOMPARE(shot.pixelColor(10, 499), QColor(0, 0, 0));
-    QCOMPARE(shot.pixelColor(10, 119), QColor(255, 255, 255));
+    const QColor line(0, 192, 255);
+    QCOMPARE(
+        (QList<QColor>{shot.pixelColor(10, 150), shot.pixelColor(10, 450), shot.pixelColor(10, 299),
+                       shot.pixelColor(10, 499), shot.pixelColor(10, 119)}),
+        (QList<QColor>{line, line, QColor(255, 128, 0), Qt::black, Qt::white}));
 
     bar->setPixelFormat(ColorBar0::kFormatGrayscale8);
     bar->setMarkers(0.0, 1.0);

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 class TstColorBar0 : public QObject
 {
@@ -24,22 +25,17 @@ private slots:
 void TstColorBar0::tables()
 {
     const auto &grey = ColorBar0::greyTable();
-    QCOMPARE(grey[0], uchar(0));
-    QCOMPARE(grey[255], uchar(255));
-    QCOMPARE(grey[256], uchar(192));
+    QCOMPARE((QList<int>{grey[0], grey[255], grey[256]}), (QList<int>{0, 255, 192}));
 
     const auto &ramp = ColorBar0::rampTable();
     auto rgb = [&ramp](int i) {
         return QColor(ramp[size_t(3 * i)], ramp[size_t(3 * i + 1)], ramp[size_t(3 * i + 2)]);
     };
-    QCOMPARE(rgb(0), QColor(0, 0, 0));
-    QCOMPARE(rgb(255), QColor(255, 0, 0));
-    QCOMPARE(rgb(256), QColor(255, 1, 0));
-    QCOMPARE(rgb(383), QColor(255, 128, 0));
-    QCOMPARE(rgb(510), QColor(255, 255, 0));
-    QCOMPARE(rgb(511), QColor(255, 255, 1));
-    QCOMPARE(rgb(765), QColor(255, 255, 255));
-    QCOMPARE(rgb(766), QColor(255, 255, 255));
+    const std::pair<int, QColor> knots[] = {
+        {0, {0, 0, 0}},       {255, {255, 0, 0}},   {256, {255, 1, 0}},     {383, {255, 128, 0}},
+        {510, {255, 255, 0}}, {511, {255, 255, 1}}, {765, {255, 255, 255}}, {766, {255, 255, 255}}};
+    for (const auto &[entry, colour] : knots)
+        QCOMPARE(rgb(entry), colour);
     // The ramp never goes back: each channel is non-decreasing.
     for (int i = 1; i < ColorBar0::kRampSize; ++i)
         for (int c = 0; c < 3; ++c)
@@ -50,11 +46,12 @@ void TstColorBar0::tables()
 
     const QList<QColor> &palette = ColorBar0::markerPalette();
     QCOMPARE(palette.size(), 9);
-    QCOMPARE(ColorBar0::paletteColor(0), QColor(255, 0, 0));
-    QCOMPARE(ColorBar0::paletteColor(3), QColor(255, 200, 0));
-    QCOMPARE(ColorBar0::paletteColor(8), QColor(0, 200, 255));
-    QCOMPARE(ColorBar0::paletteColor(9), QColor(255, 0, 0));
-    QCOMPARE(ColorBar0::paletteColor(-1), QColor(0, 200, 255));
+    // Indices wrap around both ends.
+    QCOMPARE(
+        (QList<QColor>{ColorBar0::paletteColor(0), ColorBar0::paletteColor(3),
+                       ColorBar0::paletteColor(8), ColorBar0::paletteColor(9),
+                       ColorBar0::paletteColor(-1)}),
+        (QList<QColor>{{255, 0, 0}, {255, 200, 0}, {0, 200, 255}, {255, 0, 0}, {0, 200, 255}}));
     for (int i = 0; i < 9; ++i)
         for (int j = i + 1; j < 9; ++j)
             QVERIFY(palette[i] != palette[j]);
@@ -65,32 +62,28 @@ void TstColorBar0::entriesAndColours()
     ColorBar0 bar;
     QCOMPARE(bar.pixelFormat(), 4);
     QVERIFY(!bar.isGrayScale());
-    QCOMPARE(bar.entryOfFraction(0.0, true), 0);
-    QCOMPARE(bar.entryOfFraction(0.5, true), 383);
-    QCOMPARE(bar.entryOfFraction(1.0, true), 766);
-    QCOMPARE(bar.entryOfFraction(7.0, true), 766);
-    QCOMPARE(bar.entryOfFraction(-3.0, true), 0);
-    QCOMPARE(bar.entryOfFraction(std::numeric_limits<double>::quiet_NaN(), true), 0);
-    QCOMPARE(bar.entryOfIndex(900, true), 766);
-    QCOMPARE(bar.entryOfIndex(-4, true), 0);
-    QCOMPARE(bar.colorOf(0.0), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOf(0.5), QColor(255, 128, 0));
-    QCOMPARE(bar.colorOf(1.0), QColor(255, 255, 255));
-    QCOMPARE(bar.colorOf(0.5, false), QColor(210, 220, 210));
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    QCOMPARE((QList<int>{bar.entryOfFraction(0.0, true), bar.entryOfFraction(0.5, true),
+                         bar.entryOfFraction(1.0, true), bar.entryOfFraction(7.0, true),
+                         bar.entryOfFraction(-3.0, true), bar.entryOfFraction(nan, true),
+                         bar.entryOfIndex(900, true), bar.entryOfIndex(-4, true)}),
+             (QList<int>{0, 383, 766, 766, 0, 0, 766, 0}));
+    QCOMPARE((QList<QColor>{bar.colorOf(0.0), bar.colorOf(0.5), bar.colorOf(1.0),
+                            bar.colorOf(0.5, false)}),
+             (QList<QColor>{{0, 0, 0}, {255, 128, 0}, {255, 255, 255}, {210, 220, 210}}));
 
     bar.setValueRange(-10.0, 30.0);
-    QCOMPARE(bar.colorOfValue(-10.0), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOfValue(10.0), QColor(255, 128, 0));
-    QCOMPARE(bar.colorOfValue(30.0), QColor(255, 255, 255));
+    QCOMPARE(
+        (QList<QColor>{bar.colorOfValue(-10.0), bar.colorOfValue(10.0), bar.colorOfValue(30.0)}),
+        (QList<QColor>{{0, 0, 0}, {255, 128, 0}, {255, 255, 255}}));
 
     bar.setPixelFormat(24);
     QVERIFY(bar.isGrayScale());
-    QCOMPARE(bar.entryOfFraction(1.0, true), 255);
-    QCOMPARE(bar.entryOfFraction(0.5, true), 128);
-    QCOMPARE(bar.entryOfFraction(0.2, false), 256);
-    QCOMPARE(bar.colorOf(1.0), QColor(255, 255, 255));
-    QCOMPARE(bar.colorOf(0.0), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOf(0.3, false), QColor(192, 192, 192));
+    QCOMPARE((QList<int>{bar.entryOfFraction(1.0, true), bar.entryOfFraction(0.5, true),
+                         bar.entryOfFraction(0.2, false)}),
+             (QList<int>{255, 128, 256}));
+    QCOMPARE((QList<QColor>{bar.colorOf(1.0), bar.colorOf(0.0), bar.colorOf(0.3, false)}),
+             (QList<QColor>{{255, 255, 255}, {0, 0, 0}, {192, 192, 192}}));
 
     bar.setPixelFormat(6);
     QCOMPARE(bar.colorOf(1.0), QColor(0, 0, 0));
@@ -100,21 +93,20 @@ void TstColorBar0::entriesAndColours()
 void TstColorBar0::markersStretchTheRamp()
 {
     ColorBar0 bar;
-    bar.setMarkers(0.25, 0.75);
-    QCOMPARE(bar.colorOf(0.25), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOf(0.1), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOf(0.5), QColor(255, 128, 0));
-    QCOMPARE(bar.colorOf(0.75), QColor(255, 255, 255));
-    QCOMPARE(bar.colorOf(0.9), QColor(255, 255, 255));
+    const QColor black(0, 0, 0), white(255, 255, 255);
+    const auto colours = [&bar](double low, double high, std::initializer_list<double> at) {
+        bar.setMarkers(low, high);
+        QList<QColor> c;
+        for (double f : at)
+            c << bar.colorOf(f);
+        return c;
+    };
+    QCOMPARE(colours(0.25, 0.75, {0.25, 0.1, 0.5, 0.75, 0.9}),
+             (QList<QColor>{black, black, {255, 128, 0}, white, white}));
     // A lower marker above the upper one inverts the ramp.
-    bar.setMarkers(1.0, 0.0);
-    QCOMPARE(bar.colorOf(0.0), QColor(255, 255, 255));
-    QCOMPARE(bar.colorOf(1.0), QColor(0, 0, 0));
+    QCOMPARE(colours(1.0, 0.0, {0.0, 1.0}), (QList<QColor>{white, black}));
     // Two markers at one place: NaN at the marker takes the first entry.
-    bar.setMarkers(0.5, 0.5);
-    QCOMPARE(bar.colorOf(0.5), QColor(0, 0, 0));
-    QCOMPARE(bar.colorOf(0.6), QColor(255, 255, 255));
-    QCOMPARE(bar.colorOf(0.4), QColor(0, 0, 0));
+    QCOMPARE(colours(0.5, 0.5, {0.5, 0.6, 0.4}), (QList<QColor>{black, white, black}));
 }
 
 void TstColorBar0::pixelBytesPerFormat()
@@ -156,17 +148,14 @@ void TstColorBar0::pixelBytesPerFormat()
 
 void TstColorBar0::rowLengthsAndBuffers()
 {
-    QCOMPARE(ColorBar0::bytesPerPixel(4), 4);
-    QCOMPARE(ColorBar0::bytesPerPixel(5), 4);
-    QCOMPARE(ColorBar0::bytesPerPixel(13), 3);
-    QCOMPARE(ColorBar0::bytesPerPixel(24), 1);
-    QCOMPARE(ColorBar0::bytesPerPixel(1), 1);
-    QCOMPARE(ColorBar0::rowLength(3, 24), 4);
-    QCOMPARE(ColorBar0::rowLength(3, 13), 12);
-    QCOMPARE(ColorBar0::rowLength(5, 13), 16);
-    QCOMPARE(ColorBar0::rowLength(4, 24), 4);
-    QCOMPARE(ColorBar0::rowLength(3, 4), 12);
-    QCOMPARE(ColorBar0::rowLength(0, 4), 0);
+    using C = ColorBar0;
+    QCOMPARE((QList<int>{C::bytesPerPixel(4), C::bytesPerPixel(5), C::bytesPerPixel(13),
+                         C::bytesPerPixel(24), C::bytesPerPixel(1)}),
+             (QList<int>{4, 4, 3, 1, 1}));
+    // Rows are padded to whole 32-bit words.
+    QCOMPARE((QList<int>{C::rowLength(3, 24), C::rowLength(3, 13), C::rowLength(5, 13),
+                         C::rowLength(4, 24), C::rowLength(3, 4), C::rowLength(0, 4)}),
+             (QList<int>{4, 12, 16, 4, 12, 0}));
 
     QVERIFY(!ColorBar0::newPixelBuffer(0, 5, 4));
     QVERIFY(!ColorBar0::newPixelBuffer(5, 0, 4));
@@ -199,11 +188,11 @@ void TstColorBar0::makeImageRendersRecord()
     const QImage &img = *rec.image();
     QCOMPARE(img.format(), QImage::Format_RGB32);
     QCOMPARE(img.size(), QSize(3, 2));
-    QCOMPARE(img.pixel(0, 0), qRgb(0, 0, 0));       // below the range
-    QCOMPARE(img.pixel(1, 0), qRgb(0, 0, 0));       // at low
-    QCOMPARE(img.pixel(2, 0), qRgb(255, 128, 0));   // the middle of (1, 5)
-    QCOMPARE(img.pixel(1, 1), qRgb(255, 255, 255)); // at high
-    QCOMPARE(img.pixel(2, 1), qRgb(210, 220, 210)); // invalid
+    // Below the range, at low, the middle of (1, 5), at high, invalid.
+    QCOMPARE((QList<QRgb>{img.pixel(0, 0), img.pixel(1, 0), img.pixel(2, 0), img.pixel(1, 1),
+                          img.pixel(2, 1)}),
+             (QList<QRgb>{qRgb(0, 0, 0), qRgb(0, 0, 0), qRgb(255, 128, 0), qRgb(255, 255, 255),
+                          qRgb(210, 220, 210)}));
 
     bar.setPixelFormat(24);
     rec.makeImage(bar);

@@ -6,6 +6,15 @@
 #include <QSignalSpy>
 #include <QTest>
 
+// QCOMPARE on every element, so that doubles are compared as loosely as QCOMPARE does.
+#define COMPARE_EACH(actual, expected)                                                             \
+    do {                                                                                           \
+        const QList<double> a_ = actual, e_ = expected;                                            \
+        QCOMPARE(a_.size(), e_.size());                                                            \
+        for (qsizetype i_ = 0; i_ < a_.size(); ++i_)                                               \
+            QCOMPARE(a_[i_], e_[i_]);                                                              \
+    } while (false)
+
 namespace {
 
 void sendWheel(QWidget *w, QPoint pos, int deltaY)
@@ -30,6 +39,25 @@ void drag(QWidget *w, Qt::MouseButton b, Qt::KeyboardModifiers pressMods, QPoint
     QTest::mouseRelease(w, b, releaseMods, to);
 }
 
+QPointF at(const QSignalSpy &spy, qsizetype i)
+{
+    const QList<QVariant> &args = spy.at(i < 0 ? spy.size() + i : i);
+    return {args.at(0).toDouble(), args.at(1).toDouble()};
+}
+
+QList<double> area(const ChCoord::Area &a)
+{
+    return {a.x0, a.x1, a.y0, a.y1};
+}
+
+QList<QColor> colours(const QImage &img, std::initializer_list<QPoint> at)
+{
+    QList<QColor> c;
+    for (const QPoint &p : at)
+        c << img.pixelColor(p);
+    return c;
+}
+
 } // namespace
 
 class TstDispA : public QObject
@@ -49,7 +77,9 @@ private:
 
 private slots:
     void cornersAndConversions();
-    void plotMarginsEdgesAndTicks();
+    void plotMarginsAndEdges();
+    void niceTicks_data();
+    void niceTicks();
     void paintOrderAndBackground();
     void recorderFlags();
     void panNeedsShift();
@@ -67,22 +97,19 @@ void TstDispA::cornersAndConversions()
     d->coord.setDataRange(-5.0, 2.0, 5.0, 12.0);
     QVERIFY(d->coord.xRangeSet() && d->coord.yRangeSet() && d->coord.hasCommittedRange());
     ChCoord &c = d->coord;
-    QCOMPARE(c.dataToScreenX(-5.0), 0.0);
-    QCOMPARE(c.dataToScreenX(5.0), 299.0);
-    QCOMPARE(c.dataToScreenY(2.0), 149.0);
-    QCOMPARE(c.dataToScreenY(12.0), 0.0);
-    QCOMPARE(c.dataToScreenYMirrored(2.0), -149.0);
-    QCOMPARE(c.dataToScreenYMirrored(7.0), -74.5);
-    QCOMPARE(c.screenToDataX(299.0), 5.0);
-    QCOMPARE(c.screenToDataY(0.0), 12.0);
-    QCOMPARE(c.screenToDataY(149.0), 2.0);
-    QCOMPARE(c.dataLenToScreenX(10.0), 299.0);
-    QCOMPARE(c.dataLenToScreenY(10.0), -149.0);
-    QCOMPARE(c.screenLenToDataX(299.0), 10.0);
-    QCOMPARE(c.screenToDataXClamped(-40.0), -5.0);
-    QCOMPARE(c.screenToDataXClamped(1000.0), 5.0);
-    QCOMPARE(c.screenToDataYClamped(-40.0), 12.0);
-    QCOMPARE(c.screenToDataYClamped(400.0), 2.0);
+    COMPARE_EACH((QList<double>{c.dataToScreenX(-5.0), c.dataToScreenX(5.0), c.dataToScreenY(2.0),
+                                c.dataToScreenY(12.0), c.dataToScreenYMirrored(2.0),
+                                c.dataToScreenYMirrored(7.0)}),
+                 (QList<double>{0, 299, 149, 0, -149, -74.5}));
+    COMPARE_EACH(
+        (QList<double>{c.screenToDataX(299.0), c.screenToDataY(0.0), c.screenToDataY(149.0)}),
+        (QList<double>{5, 12, 2}));
+    COMPARE_EACH((QList<double>{c.dataLenToScreenX(10.0), c.dataLenToScreenY(10.0),
+                                c.screenLenToDataX(299.0)}),
+                 (QList<double>{299, -149, 10}));
+    COMPARE_EACH((QList<double>{c.screenToDataXClamped(-40.0), c.screenToDataXClamped(1000.0),
+                                c.screenToDataYClamped(-40.0), c.screenToDataYClamped(400.0)}),
+                 (QList<double>{-5, 5, 12, 2}));
 
     // The mouse read-out goes through the same mapping at the corners.
     QSignalSpy pos(&c, &ChCoord::nowPos);
@@ -90,57 +117,52 @@ void TstDispA::cornersAndConversions()
     QTest::mouseMove(d.get(), QPoint(0, 149));
     QTest::mouseMove(d.get(), QPoint(299, 0));
     QCOMPARE(pos.size(), 2);
-    QCOMPARE(pos.at(0).at(0).toDouble(), -5.0);
-    QCOMPARE(pos.at(0).at(1).toDouble(), 2.0);
-    QCOMPARE(pos.at(1).at(0).toDouble(), 5.0);
-    QCOMPARE(pos.at(1).at(1).toDouble(), 12.0);
+    QCOMPARE(at(pos, 0), QPointF(-5.0, 2.0));
+    QCOMPARE(at(pos, 1), QPointF(5.0, 12.0));
 }
 
-void TstDispA::plotMarginsEdgesAndTicks()
+void TstDispA::plotMarginsAndEdges()
 {
     ChCoord c;
     c.setScreenArea(0, 399, 999, 0);
     c.setPlotAreaWithMargins();
-    QCOMPARE(c.plotArea().x0, 99.0); // trunc(99.9)
-    QCOMPARE(c.plotArea().x1, 950.0);
-    QCOMPARE(c.plotArea().y0, 360.0); // 399 - trunc(39.9)
-    QCOMPARE(c.plotArea().y1, 19.0);
+    // x0 = trunc(99.9), y0 = 399 - trunc(39.9).
+    COMPARE_EACH(area(c.plotArea()), (QList<double>{99, 950, 360, 19}));
 
     c.setPlotArea(100, 300, 200, 100);
     c.setDataRange(0, 0, 1, 1);
     QCOMPARE(c.dataToScreenX(0.5), 150.0);
     QCOMPARE(c.dataToScreenY(0.25), 250.0);
     // 10% of 100 pixels from either end, whichever way the area is given.
-    QVERIFY(c.nearEdgePlotX(109.9));
-    QVERIFY(!c.nearEdgePlotX(190.0));
-    QVERIFY(c.nearEdgePlotX(190.1));
-    QVERIFY(c.nearEdgePlotY(119.0));
-    QVERIFY(c.nearEdgePlotY(281.0));
-    QVERIFY(!c.nearEdgePlotY(200.0));
-    QVERIFY(c.nearEdgeFullX(50.0));
-    QVERIFY(!c.nearEdgeFullX(500.0));
-    QVERIFY(c.nearEdgeFullY(390.0));
+    QCOMPARE((QList<bool>{c.nearEdgePlotX(109.9), c.nearEdgePlotX(190.0), c.nearEdgePlotX(190.1),
+                          c.nearEdgePlotY(119.0), c.nearEdgePlotY(281.0), c.nearEdgePlotY(200.0)}),
+             (QList<bool>{true, false, true, true, true, false}));
+    QCOMPARE((QList<bool>{c.nearEdgeFullX(50.0), c.nearEdgeFullX(500.0), c.nearEdgeFullY(390.0)}),
+             (QList<bool>{true, false, true}));
+}
 
-    auto ticks = ChCoord::niceTicks(0.0, 7.3);
-    QCOMPARE(ticks.step, 1.0);
-    QCOMPARE(ticks.first, 0.0);
-    QCOMPARE(ticks.last, 7.0);
-    ticks = ChCoord::niceTicks(0.25, 0.0);
-    QCOMPARE(ticks.step, 0.02);
-    QCOMPARE(ticks.first, 0.0);
-    QCOMPARE(ticks.last, 0.24);
-    ticks = ChCoord::niceTicks(3.0, 4.5);
-    QCOMPARE(ticks.step, 0.2);
-    QCOMPARE(ticks.first, 3.0);
-    QCOMPARE(ticks.last, 4.4);
-    ticks = ChCoord::niceTicks(-350.0, 520.0); // m = 8
-    QCOMPARE(ticks.step, 200.0);
-    QCOMPARE(ticks.first, -200.0);
-    QCOMPARE(ticks.last, 400.0);
-    ticks = ChCoord::niceTicks(10.0, 13.5); // m = 3
-    QCOMPARE(ticks.step, 0.5);
-    ticks = ChCoord::niceTicks(2.0, 2.0);
-    QCOMPARE(ticks.step, 0.0);
+void TstDispA::niceTicks_data()
+{
+    QTest::addColumn<double>("from");
+    QTest::addColumn<double>("to");
+    QTest::addColumn<QList<double>>("stepFirstLast");
+    QTest::newRow("0..7.3") << 0.0 << 7.3 << QList<double>{1, 0, 7};
+    QTest::newRow("reversed") << 0.25 << 0.0 << QList<double>{0.02, 0, 0.24};
+    QTest::newRow("3..4.5") << 3.0 << 4.5 << QList<double>{0.2, 3, 4.4};
+    QTest::newRow("m = 8") << -350.0 << 520.0 << QList<double>{200, -200, 400};
+    QTest::newRow("m = 3") << 10.0 << 13.5 << QList<double>{0.5};
+    QTest::newRow("empty") << 2.0 << 2.0 << QList<double>{0};
+}
+
+void TstDispA::niceTicks()
+{
+    QFETCH(double, from);
+    QFETCH(double, to);
+    QFETCH(QList<double>, stepFirstLast);
+    const auto t = ChCoord::niceTicks(from, to);
+    const double got[] = {t.step, t.first, t.last};
+    for (qsizetype i = 0; i < stepFirstLast.size(); ++i)
+        QCOMPARE(got[i], stepFirstLast[i]);
 }
 
 void TstDispA::paintOrderAndBackground()
@@ -171,10 +193,8 @@ void TstDispA::paintOrderAndBackground()
     QCOMPARE(order, (QList<int>{0, 1, 2}));
     QCOMPARE(painters.at(0), painters.at(1));
     QCOMPARE(painters.at(1), painters.at(2));
-    QCOMPARE(img.pixelColor(2, 2), QColor(Qt::blue));
-    QCOMPARE(img.pixelColor(12, 12), QColor(Qt::green));
-    QCOMPARE(img.pixelColor(18, 18), QColor(Qt::red));
-    QCOMPARE(img.pixelColor(35, 25), QColor(Qt::white));
+    QCOMPARE(colours(img, {{2, 2}, {12, 12}, {18, 18}, {35, 25}}),
+             (QList<QColor>{Qt::blue, Qt::green, Qt::red, Qt::white}));
 
     d.background = QColor(10, 20, 30);
     QCOMPARE(d.grab().toImage().pixelColor(39, 29), QColor(10, 20, 30));
@@ -226,16 +246,16 @@ void TstDispA::recorderFlags()
     QCOMPARE(m.dClickModifiers, MouseC::kAlt);
     QCOMPARE(m.x, 40);
 
-    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, 0), 0);
-    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kCtrl | MouseC::kAlt), 6);
-    QCOMPARE(ChCoord::gestureCode(Qt::RightButton, MouseC::kShift | MouseC::kCtrl | MouseC::kAlt),
-             15);
-    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kAlt), 5);
-    QCOMPARE(ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kMeta), 16);
-    QCOMPARE(ChCoord::gestureCode(Qt::MiddleButton, 0), 16);
-    QCOMPARE(MouseC::wheelStep(120), 1);
-    QCOMPARE(MouseC::wheelStep(-360), -3);
-    QCOMPARE(MouseC::wheelStep(60), 0);
+    const int sca = MouseC::kShift | MouseC::kCtrl | MouseC::kAlt;
+    QCOMPARE((QList<int>{ChCoord::gestureCode(Qt::LeftButton, 0),
+                         ChCoord::gestureCode(Qt::LeftButton, MouseC::kCtrl | MouseC::kAlt),
+                         ChCoord::gestureCode(Qt::RightButton, sca),
+                         ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kAlt),
+                         ChCoord::gestureCode(Qt::LeftButton, MouseC::kShift | MouseC::kMeta),
+                         ChCoord::gestureCode(Qt::MiddleButton, 0)}),
+             (QList<int>{0, 6, 15, 5, 16, 16}));
+    QCOMPARE((QList<int>{MouseC::wheelStep(120), MouseC::wheelStep(-360), MouseC::wheelStep(60)}),
+             (QList<int>{1, -3, 0}));
 }
 
 void TstDispA::panNeedsShift()
@@ -250,8 +270,7 @@ void TstDispA::panNeedsShift()
     QCOMPARE(c.dataRange().x0, 0.0);
     QCOMPARE(c.dataRange().y1, 100.0);
     QVERIFY(pos.size() >= 1);
-    QCOMPARE(pos.last().at(0).toDouble(), 120.0);
-    QCOMPARE(pos.last().at(1).toDouble(), 60.0);
+    QCOMPARE(at(pos, -1), QPointF(120.0, 60.0));
 
     QTest::mousePress(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(100, 50));
     const auto before = updated.size();
@@ -260,12 +279,8 @@ void TstDispA::panNeedsShift()
     QTest::mouseRelease(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(120, 40));
     QVERIFY(updated.size() >= before + 2);
     // The data point that was under the cursor follows it.
-    QCOMPARE(c.dataRange().x0, -20.0);
-    QCOMPARE(c.dataRange().x1, 180.0);
-    QCOMPARE(c.dataRange().y0, -10.0);
-    QCOMPARE(c.dataRange().y1, 90.0);
-    QCOMPARE(c.screenToDataX(120), 100.0);
-    QCOMPARE(c.screenToDataY(40), 50.0);
+    COMPARE_EACH(area(c.dataRange()), (QList<double>{-20, 180, -10, 90}));
+    QCOMPARE(QPointF(c.screenToDataX(120), c.screenToDataY(40)), QPointF(100, 50));
     // Panning is a view change only.
     QCOMPARE(c.committedRange().x0, 0.0);
     QCOMPARE(c.committedRange().y1, 100.0);
@@ -296,10 +311,7 @@ void TstDispA::rectangleZoomOrientations()
     for (const Case &k : cases) {
         c.setDataRange(0, 100, 200, 0);
         drag(d.get(), Qt::RightButton, {}, k.from, k.to);
-        QCOMPARE(c.dataRange().x0, 10.0);
-        QCOMPARE(c.dataRange().x1, 110.0);
-        QCOMPARE(c.dataRange().y0, k.y0);
-        QCOMPARE(c.dataRange().y1, k.y1);
+        COMPARE_EACH(area(c.dataRange()), (QList<double>{10, 110, k.y0, k.y1}));
         QCOMPARE(c.committedRange().y0, k.y0);
     }
     // Equal x: the release point gives y0.
@@ -352,8 +364,7 @@ void TstDispA::wheelZoom()
     c.setDataRange(0, 0, 200, 100);
     QTest::mouseMove(d.get(), QPoint(5, 40));
     sendWheel(d.get(), QPoint(5, 40), -120);
-    QCOMPARE(c.dataRange().x0, 0.0);
-    QCOMPARE(c.dataRange().x1, 200.0);
+    COMPARE_EACH(area(c.dataRange()).first(2), (QList<double>{0, 200}));
     QVERIFY(qFuzzyCompare(c.dataRange().y1 - c.dataRange().y0, 110.0));
     QVERIFY(qFuzzyCompare(c.screenToDataY(40), 60.0));
 
@@ -361,8 +372,7 @@ void TstDispA::wheelZoom()
     c.setDataRange(0, 0, 200, 100);
     QTest::mouseMove(d.get(), QPoint(100, 95));
     sendWheel(d.get(), QPoint(100, 95), 120);
-    QCOMPARE(c.dataRange().y0, 0.0);
-    QCOMPARE(c.dataRange().y1, 100.0);
+    COMPARE_EACH(area(c.dataRange()).last(2), (QList<double>{0, 100}));
     QCOMPARE(c.dataRange().x1 - c.dataRange().x0, 200.0 / 1.1);
 
     // A corner is near both edges: both axes zoom.
@@ -460,21 +470,17 @@ void TstDispA::drawsVisiblePartOfImage()
     // Zoomed on cells (1..3, 0..2): two columns visible, 50 screen pixels each.
     d.coord.setDataRange(1, 2, 3, 0);
     QImage shot = d.grab().toImage();
-    QCOMPARE(shot.pixelColor(20, 20), QColor(Qt::green));
-    QCOMPARE(shot.pixelColor(80, 20), QColor(Qt::blue));
-    QCOMPARE(shot.pixelColor(20, 80), QColor(Qt::magenta));
-    QCOMPARE(shot.pixelColor(80, 80), QColor(Qt::black));
+    QCOMPARE(colours(shot, {{20, 20}, {80, 20}, {20, 80}, {80, 80}}),
+             (QList<QColor>{Qt::green, Qt::blue, Qt::magenta, Qt::black}));
     const QRectF vis = d.coord.visibleSourceRect(src.size(), QRectF(0, 0, 4, 2));
     QVERIFY(qAbs(vis.left() - 1.0) < 1e-9);
     QVERIFY(vis.right() > 3.0 && vis.right() < 3.05);
-    QCOMPARE(vis.top(), 0.0);
-    QCOMPARE(vis.bottom(), 2.0);
+    QCOMPARE(QPointF(vis.top(), vis.bottom()), QPointF(0.0, 2.0));
 
     // With data y growing upward the picture is drawn upside down.
     d.coord.setDataRange(1, 0, 3, 2);
     shot = d.grab().toImage();
-    QCOMPARE(shot.pixelColor(20, 20), QColor(Qt::magenta));
-    QCOMPARE(shot.pixelColor(80, 80), QColor(Qt::blue));
+    QCOMPARE(colours(shot, {{20, 20}, {80, 80}}), (QList<QColor>{Qt::magenta, Qt::blue}));
 
     // Panned off the picture: nothing but background.
     d.coord.setDataRange(10, 2, 12, 0);
