@@ -11,6 +11,7 @@
 #include <tiffio.h>
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -72,13 +73,10 @@ private:
 
 int TstCliDemo::demo(const QStringList &args, QString *outText, QString *errText)
 {
-    QString o;
-    QString e;
-    QTextStream out(&o);
-    QTextStream err(&e);
+    QString o, e;
+    QTextStream out(&o), err(&e);
     const int rc = Cli::run(QStringList{QStringLiteral("demo")} + args, out, err);
-    out.flush();
-    err.flush();
+    out.flush(), err.flush();
     if (outText) *outText = o;
     if (errText) *errText = e;
     return rc;
@@ -112,16 +110,14 @@ void TstCliDemo::writesTheListedFiles()
 void TstCliDemo::imagesShowTheEdge()
 {
     Tiff i0Below, iBelow, i0Mid, iMid, i0Above, iAbove;
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I0_7100eV.tif"), i0Below));
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I_7100eV.tif"), iBelow));
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I0_7117eV.tif"), i0Mid));
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I_7117eV.tif"), iMid));
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I0_7140eV.tif"), i0Above));
-    QVERIFY(readTiff(m_dir + QStringLiteral("/I_7140eV.tif"), iAbove));
-    QCOMPARE(i0Above.width, 256u);
-    QCOMPARE(i0Above.height, 256u);
-    QCOMPARE(iAbove.bits, quint16(16));
-    QCOMPARE(iAbove.samples, quint16(1));
+    const std::pair<const char *, Tiff *> files[] = {
+        {"I0_7100eV", &i0Below}, {"I_7100eV", &iBelow},   {"I0_7117eV", &i0Mid},
+        {"I_7117eV", &iMid},     {"I0_7140eV", &i0Above}, {"I_7140eV", &iAbove}};
+    for (const auto &[name, tiff] : files)
+        QVERIFY2(readTiff(m_dir + u'/' + QLatin1String(name) + QStringLiteral(".tif"), *tiff),
+                 name);
+    // readTiff accepts only 16-bit grey files.
+    QCOMPARE(QSize(int(i0Above.width), int(i0Above.height)), QSize(256, 256));
 
     // Centres of the metal and the oxide particle, and a corner outside the pellet.
     const int mx = 88, my = 100, ox = 168, oy = 156;
