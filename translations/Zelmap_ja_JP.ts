@@ -123,6 +123,96 @@
         </message>
     </context>
     <context>
+        <name>CalcCtrl</name>
+        <message>
+            <source>Calc. Ctrl</source>
+            <translation>演算コントロール</translation>
+        </message>
+        <message>
+            <source>Numerator(s)</source>
+            <translation>分子</translation>
+        </message>
+        <message>
+            <source>Sel. by A</source>
+            <translation>A で選択</translation>
+        </message>
+        <message>
+            <source>Denominator(s)</source>
+            <translation>分母</translation>
+        </message>
+        <message>
+            <source>Sel. by B</source>
+            <translation>B で選択</translation>
+        </message>
+        <message>
+            <source>Neg.</source>
+            <translation>符号反転</translation>
+        </message>
+        <message>
+            <source>Log</source>
+            <translation>対数</translation>
+        </message>
+        <message>
+            <source>Gen</source>
+            <translation>生成</translation>
+        </message>
+    </context>
+    <context>
+        <name>CompositeCtrl</name>
+        <message>
+            <source>Composite Ctrl</source>
+            <translation>合成コントロール</translation>
+        </message>
+        <message>
+            <source>Image</source>
+            <translation>画像</translation>
+        </message>
+        <message>
+            <source>Low</source>
+            <translation>下限</translation>
+        </message>
+        <message>
+            <source>High</source>
+            <translation>上限</translation>
+        </message>
+        <message>
+            <source>R</source>
+            <translation>R</translation>
+        </message>
+        <message>
+            <source>G</source>
+            <translation>G</translation>
+        </message>
+        <message>
+            <source>B</source>
+            <translation>B</translation>
+        </message>
+        <message>
+            <source>Reset Ranges</source>
+            <translation>範囲をリセット</translation>
+        </message>
+        <message>
+            <source>Save...</source>
+            <translation>保存...</translation>
+        </message>
+        <message>
+            <source>Save composite picture</source>
+            <translation>合成画像を保存</translation>
+        </message>
+        <message>
+            <source>PNG Image (*.png)</source>
+            <translation>PNG 画像 (*.png)</translation>
+        </message>
+        <message>
+            <source>JPEG Image (*.jpg *.jpeg)</source>
+            <translation>JPEG 画像 (*.jpg *.jpeg)</translation>
+        </message>
+        <message>
+            <source>(black)</source>
+            <translation>（黒）</translation>
+        </message>
+    </context>
+    <context>
         <name>DataCtrl</name>
         <message>
             <source>Frame</source>
@@ -195,6 +285,13 @@ Standard deviation: %12</source>
 有効ピクセル: %10 中 %9
 有効ピクセルの平均: %11
 標準偏差: %12</translation>
+        </message>
+    </context>
+    <context>
+        <name>ImageCalc</name>
+        <message>
+            <source>Cl[%1]</source>
+            <translation>Cl[%1]</translation>
         </message>
     </context>
     <context>

@@ -285,6 +285,13 @@ void TestBody::translationChangesTexts()
         QCOMPARE(child<QPushButton>(&body, "Load")->text(), QStringLiteral("読込"));
         QCOMPARE(body.windowTitle(), QStringLiteral("Zelmap"));
         QCoreApplication::removeTranslator(&translator);
+
+        // Every text the translation lists has its Japanese form.
+        QFile ts(QFINDTESTDATA("../../translations/Zelmap_ja_JP.ts"));
+        QVERIFY(ts.open(QIODevice::ReadOnly));
+        const QByteArray xml = ts.readAll();
+        QVERIFY(xml.count("<message") > 50);
+        QCOMPARE(xml.count("type=\"unfinished\""), 0);
     }
     ConfigStore store;
     store.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-e")}, false, QString(), {});
