@@ -18,11 +18,9 @@ const QList<CliCommand> &commands()
          "edge energy, edge jump and fit residuals of each spectrum", &xafs},
         {"render", "render FILE -o OUT.png [--grey] [--range LOW HIGH] [--markers LOWER UPPER]",
          "a picture of the record through the display colour mapping", &render},
-        {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR",
-         &demo},
+        {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR", &demo},
         {"calc", "calc --num FORMULA [--den FORMULA] [--log|--no-log] [--neg] FILE... -o OUT.zmp",
-         "the Calc panel's sum/sum, ln by default; I[n] is the n-th FILE from 0",
-         &calc},
+         "the Calc panel's sum/sum, ln by default; I[n] is the n-th FILE from 0", &calc},
     };
     return list;
 }
@@ -85,8 +83,7 @@ std::unique_ptr<TDDataWL> loadRecord(const QString &path, QString *error,
         return nullptr;
     }
     std::unique_ptr<TDDataWL> record = std::move(loaded.record);
-    if (details)
-        *details = std::move(loaded);
+    if (details) *details = std::move(loaded);
     return record;
 }
 

@@ -23,8 +23,9 @@ QJsonValue jsonNumber(double v)
 void printFormat(QTextStream &out, const ImageLoader::Result &how)
 {
     const bool record = how.pixelType < 0;
-    out << "format: " << how.format << '\n' << "pixel type: "
-        << (record ? QStringLiteral("none") : QString::number(how.pixelType)) << '\n'
+    out << "format: " << how.format << '\n'
+        << "pixel type: " << (record ? QStringLiteral("none") : QString::number(how.pixelType))
+        << '\n'
         << "exposure time: "
         << (record ? QStringLiteral("none") : number(how.exposureTime) + QStringLiteral(" ms"))
         << '\n';
@@ -104,14 +105,12 @@ int info(const QStringList &args, QTextStream &out, QTextStream &err)
         if (json) {
             array.append(describe(path, *record, how));
         } else {
-            if (!first)
-                out << '\n';
+            if (!first) out << '\n';
             printText(out, path, *record, how);
         }
         first = false;
     }
-    if (json)
-        out << QJsonDocument(array).toJson(QJsonDocument::Indented);
+    if (json) out << QJsonDocument(array).toJson(QJsonDocument::Indented);
     return status;
 }
 
