@@ -59,12 +59,6 @@ public:
         m_size = n;
     }
 
-    void fill(T v)
-    {
-        for (qsizetype i = 0; i < m_size; ++i)
-            m_data[i] = v;
-    }
-
     qsizetype size() const { return m_size; }
     T *data() { return m_data; }
     const T *data() const { return m_data; }
