@@ -15,6 +15,8 @@ fi
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 status=0
+passed=0
+failed=0
 for target in "${targets[@]}"; do
     [ -x "$target" ] || continue
     name=$(basename "$target")
@@ -28,8 +30,11 @@ for target in "${targets[@]}"; do
         echo "fuzz.sh: $name found a fault; the last lines of its log:" >&2
         tail -40 "$work/$name.log" >&2
         status=1
+        failed=$((failed + 1))
     else
         tail -1 "$work/$name.log"
+        passed=$((passed + 1))
     fi
 done
+echo "fuzz: $passed passed, $failed failed"
 exit $status
