@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
 dir=build-sanitize/tests
-work=fuzz-work
+work="$PWD/fuzz-work"
 shopt -s nullglob
 targets=("$dir"/fuzz_*)
 if [ ${#targets[@]} -eq 0 ]; then
@@ -18,7 +18,7 @@ status=0
 passed=0
 failed=0
 for target in "${targets[@]}"; do
-    [ -x "$target" ] || continue
+    [ -f "$target" ] && [ -x "$target" ] || continue
     name=$(basename "$target")
     corpus="$work/$name"
     rm -rf "$corpus"
