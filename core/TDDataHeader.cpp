@@ -94,7 +94,9 @@ TDDataHeader TDDataHeader::parse(const QByteArray &firstLine, const QByteArray &
     header.accepted = true;
 
     const QList<QByteArray> lines = headerBytes.split('\n');
-    for (const QByteArray &raw : lines) {
+    for (QByteArray raw : lines) {
+        // A header edited on another system may end its lines with CR LF.
+        if (raw.endsWith('\r')) raw.chop(1);
         const QString line = QString::fromLatin1(raw);
         QString rest;
         const QString key = ItemSplitter::take(line, &rest);

@@ -188,6 +188,13 @@ void TestTDDataFile::headerKeysOverride()
     QCOMPARE(r.minWithZeros(), -9.0);
     QVERIFY(r.isValid(0));
 
+    // Lines ended by CR LF read like plain ones.
+    const TDDataHeader crlf = TDDataHeader::parse(
+        "2dData-V0.0 HeaderSize: 256", "x\r\nWIDTH: 3\r\nDATA_ID: id \r\nMIN_VAL: 2\r\n");
+    QCOMPARE(crlf.width, 3);
+    QCOMPARE(crlf.dataId, QStringLiteral("id "));
+    QCOMPARE(crlf.minWithZeros, 2.0);
+
     // Non-numeric sizes read as 0: an empty record, still accepted.
     writeAll(path("nan.zmp"), handMadeHeader("WIDTH: many\nHEIGHT: 99999999999\n", 256));
     TDDataWL e(2, 2);
