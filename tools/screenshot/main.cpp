@@ -1,7 +1,8 @@
 // Draws the main window and the image window with files loaded into one PNG, offscreen:
 // the pictures in the README are made with it.
-//   zelmap-screenshot OUT.png FILE...
+//   zelmap-screenshot [--japanese] OUT.png FILE...
 #include "app/Body.h"
+#include "app/Startup.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
@@ -10,8 +11,10 @@
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QPainter>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QTextStream>
+#include <QTranslator>
 
 int main(int argc, char **argv)
 {
@@ -19,8 +22,14 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     QStringList args = app.arguments().mid(1);
     QTextStream err(stderr);
+    QTranslator translator;
+    if (args.value(0) == QLatin1String("--japanese")) {
+        args.removeFirst();
+        if (Startup::loadTranslation(translator, QCoreApplication::applicationDirPath()))
+            QCoreApplication::installTranslator(&translator);
+    }
     if (args.size() < 2) {
-        err << "usage: zelmap-screenshot OUT.png FILE...\n";
+        err << "usage: zelmap-screenshot [--japanese] OUT.png FILE...\n";
         return 2;
     }
     const QString out = args.takeFirst();
@@ -43,7 +52,7 @@ int main(int argc, char **argv)
     list->at(0)->findChild<QRadioButton *>(QStringLiteral("SingleSel1"))->setChecked(true);
     for (int i = 1; i < qMin(3, list->count()); ++i)
         list->at(i)->findChild<QCheckBox *>(QStringLiteral("MultiSelA"))->setChecked(true);
-    body.imgBase()->setCurrentWidget(nullptr);
+    if (auto *calc = body.findChild<QPushButton *>(QStringLiteral("Calc"))) calc->setChecked(true);
     QCoreApplication::processEvents();
 
     const QPixmap left = body.grab();
