@@ -16,25 +16,23 @@ inline double limit01(double u)
     return u < 1.0 ? u : 1.0;
 }
 
-// t := v * scale + offset is the table position; clamping it to [0, top] keeps NaN at 0.
+// The same two divisions per pixel as writePixel, so that a rendered image and the
+// bar's own colours agree at every entry boundary; limiting u to 0..1 keeps NaN at 0.
 template <int Format>
-void writeRow(uchar *dst, const double *v, const quint8 *ok, int n, double scale, double offset)
+void writeRow(uchar *dst, const double *v, const quint8 *ok, int n, double low, double range,
+              double lower, double span)
 {
     if constexpr (Format == ColorBar0::kFormatGrayscale8) {
         const auto &grey = ColorBar0::greyTable();
         for (int i = 0; i < n; ++i) {
-            double t = v[i] * scale + offset;
-            t = t > 0.0 ? t : 0.0;
-            t = t < 255.0 ? t : 255.0;
-            dst[i] = grey[size_t(ok[i] ? int(t) : 256)];
+            const double u = limit01(((v[i] - low) / range - lower) / span);
+            dst[i] = grey[size_t(ok[i] ? qMin(int(u * 256.0), 255) : 256)];
         }
     } else {
         const auto &ramp = ColorBar0::rampPixels();
         for (int i = 0; i < n; ++i) {
-            double t = v[i] * scale + offset;
-            t = t > 0.0 ? t : 0.0;
-            t = t < double(kLastRamp) ? t : double(kLastRamp);
-            const quint32 px = ramp[size_t(ok[i] ? int(t) : ColorBar0::kRampSize)];
+            const double u = limit01(((v[i] - low) / range - lower) / span);
+            const quint32 px = ramp[size_t(ok[i] ? int(u * kLastRamp) : ColorBar0::kRampSize)];
             if constexpr (Format == ColorBar0::kFormatRgb888) {
                 dst[3 * i] = uchar(px >> 16);
                 dst[3 * i + 1] = uchar(px >> 8);
@@ -222,35 +220,28 @@ void ColorBar0::writeImage(uchar *buffer, const double *values, const quint8 *va
 {
     if (!buffer || width < 1 || height < 1) return;
     const qsizetype stride = rowLength(width, m_pixelFormat);
-    // One scale and offset instead of two divisions a pixel; this may differ from the
-    // per-pixel formula only in the last bit, i.e. at exact entry boundaries.
-    const double top = isGrayScale() ? 256.0 : double(kLastRamp);
-    const double scale = top / ((high - low) * (m_upperMarker - m_lowerMarker));
-    const double offset =
-        -(low / (high - low) + m_lowerMarker) * top / (m_upperMarker - m_lowerMarker);
-    // Degenerate ranges or markers: inf - inf would turn into NaN where the formula
-    // gives an infinity, so those take the per-pixel formula.
-    const bool exact = !std::isfinite(scale) || !std::isfinite(offset);
+    const double range = high - low;
+    const double span = m_upperMarker - m_lowerMarker;
     for (int y = 0; y < height; ++y) {
         uchar *dst = buffer + stride * y;
         const qsizetype at = qsizetype(y) * width;
         const double *v = values + at;
         const quint8 *ok = validFlags + at;
-        if (exact || !isSupportedFormat(m_pixelFormat)) {
+        if (!isSupportedFormat(m_pixelFormat)) {
             for (int x = 0; x < width; ++x)
-                dst = writePixel(dst, (v[x] - low) / (high - low), ok[x] != 0);
+                dst = writePixel(dst, (v[x] - low) / range, ok[x] != 0);
             continue;
         }
         switch (m_pixelFormat) {
         case kFormatRgb32:
         case kFormatArgb32:
-            writeRow<kFormatRgb32>(dst, v, ok, width, scale, offset);
+            writeRow<kFormatRgb32>(dst, v, ok, width, low, range, m_lowerMarker, span);
             break;
         case kFormatRgb888:
-            writeRow<kFormatRgb888>(dst, v, ok, width, scale, offset);
+            writeRow<kFormatRgb888>(dst, v, ok, width, low, range, m_lowerMarker, span);
             break;
         default:
-            writeRow<kFormatGrayscale8>(dst, v, ok, width, scale, offset);
+            writeRow<kFormatGrayscale8>(dst, v, ok, width, low, range, m_lowerMarker, span);
             break;
         }
     }

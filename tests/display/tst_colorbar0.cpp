@@ -20,6 +20,7 @@ private slots:
     void makeImageRendersRecord();
     void makeImageReusesBufferOnlyWhenShapeMatches();
     void makeImageDegenerateRanges();
+    void makeImageHitsEntryBoundaries();
 };
 
 void TstColorBar0::tables()
@@ -280,6 +281,25 @@ void TstColorBar0::makeImageDegenerateRanges()
     QCOMPARE(rec.image()->pixel(0, 0), qRgb(0, 0, 0));
     QCOMPARE(rec.image()->pixel(1, 0), qRgb(0, 0, 0));
     QCOMPARE(rec.image()->pixel(2, 0), qRgb(255, 255, 255));
+}
+
+void TstColorBar0::makeImageHitsEntryBoundaries()
+{
+    // Range (-20, -13): the middle and the top fall exactly on entries 383 and 766 only
+    // when each pixel takes the two divisions in turn.
+    TDData rec(3, 1);
+    const double vals[3] = {-20.0, -16.5, -13.0};
+    for (int i = 0; i < 3; ++i)
+        rec.setValue(i, vals[i], true);
+    ColorBar0 bar;
+    rec.makeImage(bar);
+    QCOMPARE(rec.image()->pixel(1, 0), qRgb(255, 128, 0));
+    for (int format : {4, 13, 24}) {
+        bar.setPixelFormat(format);
+        rec.makeImage(bar);
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(rec.image()->pixelColor(i, 0), bar.colorOf((vals[i] + 20.0) / 7.0));
+    }
 }
 
 QTEST_GUILESS_MAIN(TstColorBar0)
