@@ -3,17 +3,6 @@
 #include <QMouseEvent>
 #include <QWheelEvent>
 
-namespace {
-
-// Keypad and group-switch bits that some platforms add must not make a Shift press count
-// as "not exactly Shift"; Meta does count.
-int gestureBits(int modifiers)
-{
-    return modifiers & MouseC::kHeldMask;
-}
-
-} // namespace
-
 MouseC::MouseC(QObject *parent) : QObject(parent) {}
 
 void MouseC::press(const QMouseEvent *e)
@@ -27,10 +16,9 @@ void MouseC::press(const QMouseEvent *e)
     pressed = true;
     pressLeft = e->button() == Qt::LeftButton;
     pressRight = e->button() == Qt::RightButton;
-    const int bits = gestureBits(pressModifiers);
-    pressShift = bits == kShift;
-    pressCtrl = bits == kCtrl;
-    pressAlt = bits == kAlt;
+    pressShift = pressModifiers == kShift;
+    pressCtrl = pressModifiers == kCtrl;
+    pressAlt = pressModifiers == kAlt;
     emit mPressed();
 }
 
@@ -42,10 +30,9 @@ void MouseC::move(const QMouseEvent *e)
     y = int(e->position().y());
     lastButton = int(e->button());
     lastModifiers = int(e->modifiers());
-    const int bits = gestureBits(lastModifiers);
-    moveShift = bits == kShift;
-    moveCtrl = bits == kCtrl;
-    moveAlt = bits == kAlt;
+    moveShift = lastModifiers == kShift;
+    moveCtrl = lastModifiers == kCtrl;
+    moveAlt = lastModifiers == kAlt;
     emit mMoved();
 }
 

@@ -17,7 +17,7 @@ public:
     static constexpr int kCtrl = 0x04000000;
     static constexpr int kAlt = 0x08000000;
     static constexpr int kMeta = 0x10000000;
-    // Modifier bits that count as keys held for the exact-set flags and gesture codes.
+    // Modifier bits that count as keys held for the gesture codes.
     static constexpr int kHeldMask = kShift | kCtrl | kAlt | kMeta;
 
     explicit MouseC(QObject *parent = nullptr);

@@ -238,6 +238,15 @@ void TstDispA::recorderFlags()
     QCOMPARE(m.pressButton, 2);
     QCOMPARE(ChCoord::gestureCode(m.pressButton, m.pressModifiers), 12);
     QTest::mouseRelease(d.get(), Qt::RightButton, Qt::ControlModifier, QPoint(40, 41));
+    // Any further bit, even the keypad's, is not "exactly" Shift either.
+    QTest::mousePress(d.get(), Qt::LeftButton, Qt::ShiftModifier | Qt::KeypadModifier,
+                      QPoint(40, 41));
+    QVERIFY(!m.pressShift);
+    sendMove(d.get(), QPoint(41, 41), Qt::ControlModifier | Qt::KeypadModifier, Qt::LeftButton);
+    QVERIFY(!m.moveCtrl);
+    sendMove(d.get(), QPoint(40, 41), Qt::ControlModifier, Qt::LeftButton);
+    QVERIFY(m.moveCtrl && !m.moveShift);
+    QTest::mouseRelease(d.get(), Qt::LeftButton, {}, QPoint(40, 41));
 
     // A double click records its own fields and leaves the current position alone.
     QTest::mouseDClick(d.get(), Qt::LeftButton, Qt::AltModifier, QPoint(60, 61));
