@@ -138,9 +138,10 @@ void ImgDisp::mMoved()
         m_endDY = dataY();
         updateRegionLabel();
     }
-    // Read-out first, then the mapper's own panning (Shift with the left button).
-    emit mMovedWithin(dataX(), dataY());
+    // The mapper pans first (Shift with the left button), so the read-out names the image
+    // point that now lies under the cursor.
     m_coord->mMoved();
+    emit mMovedWithin(dataX(), dataY());
 }
 
 void ImgDisp::mReleased()

@@ -319,9 +319,14 @@ void TstImgDisp::wheelZoomAndReset()
     // Shift with the left button pans (the canvas's gesture) and draws no region.
     const ChCoord::Area beforePan = m_disp->coord()->dataRange();
     const double unit = m_disp->coord()->screenLenToDataX(1.0);
+    QSignalSpy moved(m_disp.get(), &ImgDisp::mMovedWithin);
+    const QPointF grabbed(m_disp->coord()->screenToDataX(at.x()),
+                          m_disp->coord()->screenToDataY(at.y()));
     QTest::mousePress(m_canvas, Qt::LeftButton, Qt::ShiftModifier, at);
     QTest::mouseMove(m_canvas, at + QPoint(10, 0));
     QTest::mouseRelease(m_canvas, Qt::LeftButton, Qt::ShiftModifier, at + QPoint(10, 0));
+    // The read-out follows the pan: the grabbed point is under the cursor.
+    QCOMPARE(lastPoint(moved), grabbed);
     d = m_disp->coord()->dataRange();
     QVERIFY(qAbs(d.x0 - (beforePan.x0 - 10 * unit)) < 1e-9);
     QCOMPARE(d.y0, beforePan.y0);
