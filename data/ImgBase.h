@@ -24,12 +24,12 @@ public:
 signals:
     void currentChanged(QWidget *w);
 
-public slots:
-    void setCurrentWidget(QWidget *w);
-
 private slots:
     void closeTab(int idx);
     void currentChanged0(int idx);
+
+public slots:
+    void setCurrentWidget(QWidget *w);
 
 private:
     std::unique_ptr<Ui_ImgBase> m_ui;

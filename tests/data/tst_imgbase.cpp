@@ -45,6 +45,13 @@ void TstImgBase::startsEmptyWithForm()
     QVERIFY(tabs->isMovable());
     QVERIFY(!base.findChild<QWidget *>(QStringLiteral("tab")));
     QVERIFY(!base.findChild<QWidget *>(QStringLiteral("tab_2")));
+    // Slots are reached by name and index: closeTab, currentChanged0, setCurrentWidget.
+    const QMetaObject *mo = base.metaObject();
+    const int close = mo->indexOfSlot("closeTab(int)");
+    const int changed = mo->indexOfSlot("currentChanged0(int)");
+    const int current = mo->indexOfSlot("setCurrentWidget(QWidget*)");
+    QVERIFY(close >= mo->methodOffset());
+    QVERIFY(close < changed && changed < current);
 }
 
 void TstImgBase::closingTabsMakesWindows()
