@@ -56,14 +56,14 @@ Body::Body(QWidget *parent)
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);
     m_openDialog->setAcceptMode(QFileDialog::AcceptOpen);
-    m_openDialog->setNameFilters(
-        {tr("KWNB Files, IMG Files, Tiff Files (*.dat *.img *.tif *.tiff)"),
-         tr("2D Data File (*.zmp)"), tr("Any (* *.*)")});
     m_saveDialog = new _FileDialog(tr("Save"), this);
     m_saveDialog->setFileMode(QFileDialog::AnyFile);
     m_saveDialog->setAcceptMode(QFileDialog::AcceptSave);
-    m_saveDialog->setNameFilters(
-        {tr("2D Data File (*.zmp)"), tr("Img File (*.png *.jpg)"), tr("Any (* *.*)")});
+    // Both dialogs offer the same choice of files.
+    const QStringList filters = {tr("2D Data File (*.zmp)"), tr("Img File (*.png *.jpg)"),
+                                 tr("Any (* *.*)")};
+    m_openDialog->setNameFilters(filters);
+    m_saveDialog->setNameFilters(filters);
 
     connect(m_openDialog, &QFileDialog::filesSelected, this, &Body::loadFilesSelected);
     connect(this, &Body::loadNextFile, this, &Body::loadAFile, Qt::QueuedConnection);

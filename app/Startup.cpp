@@ -32,8 +32,10 @@ Startup::Settings Startup::configure(ConfigStore &store, const QString &applicat
 {
     Settings s;
     const QStringList &args = store.arguments();
-    const QString defaultPath =
-        QFileInfo(QDir(applicationDir).filePath(QStringLiteral("config.cfg"))).absoluteFilePath();
+    const QFileInfo defaultFile(QDir(applicationDir).filePath(QStringLiteral("config.cfg")));
+    // A missing file has no canonical path; its absolute one still names it in the report.
+    QString defaultPath = defaultFile.canonicalFilePath();
+    if (defaultPath.isEmpty()) defaultPath = defaultFile.absoluteFilePath();
     s.configFile = defaultPath;
     if (args.contains(QStringLiteral("-c")))
         s.configFile = store.value(QStringLiteral("-c"), defaultPath);

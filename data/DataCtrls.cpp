@@ -149,15 +149,15 @@ void DataCtrls::multiSelsChanged(bool)
     selsChanged_();
 }
 
-void DataCtrls::singleSels1Changed(QAbstractButton *, bool checked)
+void DataCtrls::singleSels1Changed(QAbstractButton *, bool)
 {
-    // An exclusive group reports the old button off and the new one on: one record will do.
-    if (checked) selsChanged_();
+    // The button switched off is a change too, so switching S1 gives two equal records.
+    selsChanged_();
 }
 
-void DataCtrls::singleSels2Changed(QAbstractButton *, bool checked)
+void DataCtrls::singleSels2Changed(QAbstractButton *, bool)
 {
-    if (checked) selsChanged_();
+    selsChanged_();
 }
 
 void DataCtrls::noticedAt(int ix, int iy)

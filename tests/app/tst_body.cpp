@@ -1,6 +1,7 @@
 #include "app/Body.h"
 #include "app/ConfigStore.h"
 #include "app/Startup.h"
+#include "app/_FileDialog.h"
 #include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
@@ -60,6 +61,7 @@ class TestBody : public QObject
 private Q_SLOTS:
     void initTestCase();
     void loadSelectSaveDelete();
+    void fileDialogs();
     void pointedPixelReachesEveryEntry();
     void windowSizesAndCommandLineFiles();
     void configurationPrecedence();
@@ -115,8 +117,14 @@ void TestBody::loadSelectSaveDelete()
             body.statusBar()->currentMessage().contains(QLatin1String("third")));
     QCOMPARE(body.imgBase()->tabWidget()->count(), 3);
 
-    // S1 on the second entry, A on the first and third, by clicks.
+    // S1 on the second entry, A on the first and third, by clicks. Moving S1 from the
+    // third to the second switches two buttons, and each switch reports.
+    QTest::mouseClick(child<QRadioButton>(list->at(2), "SingleSel1"), Qt::LeftButton);
+    sels.clear();
     QTest::mouseClick(child<QRadioButton>(list->at(1), "SingleSel1"), Qt::LeftButton);
+    QCOMPARE(sels.count(), 2);
+    for (const QList<QVariant> &record : std::as_const(sels))
+        QCOMPARE(record.at(0).toInt(), 1);
     QTest::mouseClick(child<QCheckBox>(list->at(0), "MultiSelA"), Qt::LeftButton);
     QTest::mouseClick(child<QCheckBox>(list->at(2), "MultiSelA"), Qt::LeftButton);
     QVERIFY(!sels.isEmpty());
@@ -163,6 +171,20 @@ void TestBody::loadSelectSaveDelete()
     body.loadAFile(m_junk);
     QCOMPARE(list->count(), 2);
     QVERIFY(body.statusBar()->currentMessage().contains(QLatin1String("junk.img")));
+}
+
+void TestBody::fileDialogs()
+{
+    Body body;
+    const QStringList filters = {QStringLiteral("2D Data File (*.zmp)"),
+                                 QStringLiteral("Img File (*.png *.jpg)"),
+                                 QStringLiteral("Any (* *.*)")};
+    QCOMPARE(body.openDialog()->fileMode(), QFileDialog::ExistingFiles);
+    QCOMPARE(body.openDialog()->acceptMode(), QFileDialog::AcceptOpen);
+    QCOMPARE(body.openDialog()->nameFilters(), filters);
+    QCOMPARE(body.saveDialog()->fileMode(), QFileDialog::AnyFile);
+    QCOMPARE(body.saveDialog()->acceptMode(), QFileDialog::AcceptSave);
+    QCOMPARE(body.saveDialog()->nameFilters(), filters);
 }
 
 void TestBody::pointedPixelReachesEveryEntry()
@@ -239,8 +261,14 @@ void TestBody::configurationPrecedence()
     ConfigStore s1;
     s1.parseCommandLine({QStringLiteral("zelmap")}, false, QStringLiteral("config.cfg"),
                         {QStringLiteral("-c")});
-    Startup::Settings set = Startup::configure(s1, appDir.path());
+    // Reached through a link, the default file is still named by its canonical path.
+    const QString link = m_dir.filePath(QStringLiteral("applink"));
+    QVERIFY(QFile::link(appDir.path(), link));
+    Startup::Settings set = Startup::configure(s1, link);
     QCOMPARE(set.dataRoot, QStringLiteral("/from/default"));
+    QCOMPARE(set.configFile,
+             QFileInfo(appDir.filePath(QStringLiteral("config.cfg"))).canonicalFilePath());
+    QVERIFY(!set.configFile.startsWith(link));
     QVERIFY(!set.english);
     QVERIFY(!set.debug);
 
