@@ -264,7 +264,8 @@ void ImgFile::adoptDoubleRows(PixelType type, int width, int height,
     if (raster.size() > 0) std::memcpy(raster.data(), rows.data(), size_t(raster.size()));
     m_raster.swap(raster);
     m_pixelType = type;
-    m_width = quint32(qMax(width, 0));
+    // A negative width comes only without rows, so it is kept as the header gave it.
+    m_width = rowCount > 0 ? quint32(qMax(width, 0)) : quint32(width);
     m_height = height;
     m_rowBytes = qsizetype(qMax(width, 0)) * 8;
     m_rowCount = rowCount;

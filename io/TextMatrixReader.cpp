@@ -48,8 +48,8 @@ bool TextMatrixReader::read(const QString &fileName, ImgFile &img)
                     height = headerNumber(line) - 1;
                 continue;
             }
-            // Negative sizes (an unreadable number) are refused along with zero ones.
-            if (width < 1 || height < 1) return false;
+            // A negative width (no number) is refused too: its rows would take 2^32 doubles.
+            if (width <= 0 || height == 0) return false;
             inData = true;
         }
         QByteArrayView items[3];
@@ -63,7 +63,6 @@ bool TextMatrixReader::read(const QString &fileName, ImgFile &img)
             ++rowCount;
         }
     }
-    if (!inData && (width < 1 || height < 1)) return false;
     img.adoptDoubleRows(ImgFile::TextD, width, height, rows, rowCount);
     img.setFormatName(QStringLiteral("text matrix"));
     img.renderPreview();

@@ -412,6 +412,18 @@ void TestImgReaders::textMatrix()
                                 "## 240301\n# X-NUM many\n# Y-NUM 5\n1 1 1\n"})
         QVERIFY2(!img.read(text("m3.txt", refused), &m_noBadPixels), refused);
     QCOMPARE(img.value(1, 1), -2.0); // the last good file is still held
+
+    // Only a data line checks the sizes: without one, even unusable sizes are accepted.
+    QVERIFY(img.read(text("m4.txt", "## 240301\n# X-NUM many\n# comment\n"), &m_noBadPixels));
+    QCOMPARE(img.pixelType(), int(ImgFile::TextD));
+    QCOMPARE(size(img), QSize(-1, 0)); // no Y-NUM line at all
+    QCOMPARE(img.rowCount(), 0);
+    // A height that is no number does not stop the rows.
+    QVERIFY(img.read(text("m5.txt", "## 240301\n# X-NUM 3\n# Y-NUM x\n1 1 1\n2 2 2\n3 3 3\n"),
+                     &m_noBadPixels));
+    QCOMPARE(size(img), QSize(2, -1));
+    QCOMPARE(img.rowCount(), 1);
+    QCOMPARE(px(img, {{0, 0}, {1, 0}}), (QList<double>{1, 2}));
 }
 
 void TestImgReaders::sizeTable()
