@@ -15,8 +15,7 @@ bool LuSolver::decompose()
     m_forwarded = false;
     for (int i = 0; i < m_n; ++i)
         m_perm[i] = i;
-    // The last column has nothing left to eliminate; its pivot is checked by back().
-    for (int k = 0; k < m_n - 1; ++k) {
+    for (int k = 0; k < m_n; ++k) {
         int best = k;
         double bestAbs = std::fabs(m_a[m_perm[k]][k]);
         for (int i = k + 1; i < m_n; ++i) {
