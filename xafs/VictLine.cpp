@@ -11,8 +11,7 @@ bool VictLine::fit(const Spectrum &spectrum, double from, double to, uint32_t ki
     m_kind = kind;
     m_from = from;
     m_to = to;
-    // A join made for earlier parameters would describe lines that no longer exist.
-    m_joined = false;
+    // A join stays in force until the owner joins again: only the joins clear it.
     m_valid = kind != kVictreen ? fitStraight(spectrum) : fitVictreen(spectrum);
     return m_valid;
 }

@@ -192,6 +192,11 @@ void TestVictLine::bezierJoinPreTowardsPost()
     // A second join appends a further set of samples.
     pre.joinTowardsPost(post);
     QCOMPARE(pre.size(), 200);
+
+    // Refitting leaves the join in force; only joining again clears it.
+    QVERIFY(pre.fit(line(0.0, 0.01, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
+    QVERIFY(pre.isJoined());
+    QCOMPARE(pre.value(100.0), pre.interpolate(100.0));
 }
 
 void TestVictLine::bezierJoinPostTowardsPre()
