@@ -30,8 +30,9 @@ bool XafsSpectrum::load(const QString &path)
     qDebug().noquote() << "loading in xafs spectrum" << path;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        // Counts as the two-column format, whose reader then fails.
+        // Counts as the two-column format, whose reader clears and then finds nothing.
         qDebug("mute");
+        clear();
         m_loaded = false;
         return false;
     }
