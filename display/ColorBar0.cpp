@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
+#include <vector>
 
 namespace {
 
@@ -16,34 +18,140 @@ inline double limit01(double u)
     return u < 1.0 ? u : 1.0;
 }
 
-// The same two divisions per pixel as writePixel, so that a rendered image and the
-// bar's own colours agree at every entry boundary; limiting u to 0..1 keeps NaN at 0.
+// Entries are defined by two divisions, ((v - low) / range - lower) / span, limited to 0..1,
+// scaled and truncated. Every step is monotonic, so each entry starts at a threshold value;
+// one multiply-add lands within one entry of the truth and the thresholds settle it. The
+// image and the bar's own colours therefore agree at every boundary.
+struct Mapping
+{
+    double low, range, lower, span;
+    double entries; // 766 for the ramp, 256 for grey
+    int last;       // the highest entry
+    double scale, offset;
+    double tol;                // far above the rounding of the estimate, far below one entry
+    std::vector<double> start; // start[k]: the smallest value of entry k; -inf, ..., +inf
+
+    int exactEntry(double v) const
+    {
+        const double u = limit01(((v - low) / range - lower) / span);
+        return qMin(int(u * entries), last);
+    }
+
+    // False when the shortcut cannot be trusted: a flat or inverted range or markers, or
+    // magnitudes whose rounding could move the estimate by a whole entry.
+    bool prepare()
+    {
+        if (!(range > 0.0) || !(span > 0.0) || !std::isfinite(range) || !std::isfinite(span))
+            return false;
+        scale = entries / (range * span);
+        offset = -(low / range + lower) / span * entries;
+        tol = 1e-9 * (entries + 2.0 * std::abs(offset) + 1.0);
+        if (!std::isfinite(scale) || !std::isfinite(offset) || tol > 0.25) return false;
+        start.assign(size_t(last) + 2, 0.0);
+        start.front() = -std::numeric_limits<double>::infinity();
+        start.back() = std::numeric_limits<double>::infinity();
+        for (int k = 1; k <= last; ++k)
+            start[size_t(k)] = firstValueOf(k);
+        return true;
+    }
+
+    // Bisection over the ordered bit patterns of finite doubles.
+    double firstValueOf(int k) const
+    {
+        auto key = [](double d) {
+            qint64 b;
+            std::memcpy(&b, &d, 8);
+            return b < 0 ? std::numeric_limits<qint64>::min() - b : b;
+        };
+        auto value = [](qint64 b) {
+            if (b < 0) b = std::numeric_limits<qint64>::min() - b;
+            double d;
+            std::memcpy(&d, &b, 8);
+            return d;
+        };
+        qint64 lo = key(-std::numeric_limits<double>::max());
+        qint64 hi = key(std::numeric_limits<double>::max());
+        if (exactEntry(value(hi)) < k) return std::numeric_limits<double>::infinity();
+        // invariant: entry(lo) < k <= entry(hi); the keys span more than a signed 64-bit range
+        while (quint64(hi) - quint64(lo) > 1) {
+            const qint64 mid = qint64(quint64(lo) + (quint64(hi) - quint64(lo)) / 2);
+            if (exactEntry(value(mid)) >= k)
+                hi = mid;
+            else
+                lo = mid;
+        }
+        return value(hi);
+    }
+};
+
+// Settles an estimate that lies within rounding of an entry boundary.
+[[gnu::noinline]] int settledEntry(double v, int e, const Mapping &m)
+{
+    e = qMin(e, m.last);
+    return e - int(v < m.start[size_t(e)]) + int(v >= m.start[size_t(e) + 1]);
+}
+
+// Writes the pixel of entry e at position i of a row; the tables are passed in, so that
+// the loops do not look up the function-local statics on every pixel.
 template <int Format>
-void writeRow(uchar *dst, const double *v, const quint8 *ok, int n, double low, double range,
-              double lower, double span)
+inline void putEntry(uchar *dst, int i, int e, const quint32 *ramp, const uchar *grey)
 {
     if constexpr (Format == ColorBar0::kFormatGrayscale8) {
-        const auto &grey = ColorBar0::greyTable();
-        for (int i = 0; i < n; ++i) {
-            const double u = limit01(((v[i] - low) / range - lower) / span);
-            dst[i] = grey[size_t(ok[i] ? qMin(int(u * 256.0), 255) : 256)];
-        }
+        dst[i] = grey[e];
     } else {
-        const auto &ramp = ColorBar0::rampPixels();
-        for (int i = 0; i < n; ++i) {
-            const double u = limit01(((v[i] - low) / range - lower) / span);
-            const quint32 px = ramp[size_t(ok[i] ? int(u * kLastRamp) : ColorBar0::kRampSize)];
-            if constexpr (Format == ColorBar0::kFormatRgb888) {
-                dst[3 * i] = uchar(px >> 16);
-                dst[3 * i + 1] = uchar(px >> 8);
-                dst[3 * i + 2] = uchar(px);
-            } else {
-                // Little-endian 0xffRRGGBB is the byte sequence blue, green, red, 255.
-                const quint32 le = qToLittleEndian(px);
-                std::memcpy(dst + 4 * i, &le, 4);
-            }
+        const quint32 px = ramp[e];
+        if constexpr (Format == ColorBar0::kFormatRgb888) {
+            dst[3 * i] = uchar(px >> 16);
+            dst[3 * i + 1] = uchar(px >> 8);
+            dst[3 * i + 2] = uchar(px);
+        } else {
+            // Little-endian 0xffRRGGBB is the byte sequence blue, green, red, 255.
+            const quint32 le = qToLittleEndian(px);
+            std::memcpy(dst + 4 * i, &le, 4);
         }
     }
+}
+
+template <int Format, bool Exact>
+void writeRow(uchar *dst, const double *v, const quint8 *ok, int n, const Mapping &m)
+{
+    constexpr bool kGrey = Format == ColorBar0::kFormatGrayscale8;
+    constexpr int kInvalid = kGrey ? 256 : ColorBar0::kRampSize;
+    const quint32 *ramp = ColorBar0::rampPixels().data();
+    const uchar *grey = ColorBar0::greyTable().data();
+    if constexpr (Exact) {
+        for (int i = 0; i < n; ++i)
+            putEntry<Format>(dst, i, ok[i] ? m.exactEntry(v[i]) : kInvalid, ramp, grey);
+    } else {
+        // Locals: stores through dst could alias the mapping and force reloads in the loop.
+        // The position is kept in 32.32 fixed point: the whole part is the entry, the
+        // fraction tells whether rounding could have moved it across a boundary. Clamping
+        // half an entry beyond both ends keeps the ends (and NaN, at the low end) away
+        // from any boundary without changing their entry.
+        const double scale = m.scale * 0x1p32, offset = m.offset * 0x1p32;
+        const double lowest = 0.5 * 0x1p32, highest = (m.entries + 0.5) * 0x1p32;
+        const quint32 tol = quint32(m.tol * 0x1p32) + 1;
+        for (int i = 0; i < n; ++i) {
+            double t = v[i] * scale + offset;
+            t = t > lowest ? t : lowest;
+            t = t < highest ? t : highest;
+            const qint64 fixed = qint64(t);
+            int e = int(fixed >> 32);
+            if constexpr (kGrey) e = e < 255 ? e : 255;
+            if (quint32(quint32(fixed) + tol) < 2 * tol) [[unlikely]]
+                e = settledEntry(v[i], e, m);
+            putEntry<Format>(dst, i, ok[i] ? e : kInvalid, ramp, grey);
+        }
+    }
+}
+
+template <int Format>
+void writeRow(uchar *dst, const double *v, const quint8 *ok, int n, const Mapping &m, bool fast)
+{
+    if (fast)
+        writeRow<Format, false>(dst, v, ok, n, m);
+    else
+        writeRow<Format, true>(dst, v, ok, n, m);
 }
 
 } // namespace
@@ -220,8 +328,17 @@ void ColorBar0::writeImage(uchar *buffer, const double *values, const quint8 *va
 {
     if (!buffer || width < 1 || height < 1) return;
     const qsizetype stride = rowLength(width, m_pixelFormat);
-    const double range = high - low;
-    const double span = m_upperMarker - m_lowerMarker;
+    Mapping m{low,
+              high - low,
+              m_lowerMarker,
+              m_upperMarker - m_lowerMarker,
+              isGrayScale() ? 256.0 : double(kLastRamp),
+              isGrayScale() ? 255 : kLastRamp,
+              0.0,
+              0.0,
+              0.0,
+              {}};
+    const bool fast = m.prepare();
     for (int y = 0; y < height; ++y) {
         uchar *dst = buffer + stride * y;
         const qsizetype at = qsizetype(y) * width;
@@ -229,19 +346,19 @@ void ColorBar0::writeImage(uchar *buffer, const double *values, const quint8 *va
         const quint8 *ok = validFlags + at;
         if (!isSupportedFormat(m_pixelFormat)) {
             for (int x = 0; x < width; ++x)
-                dst = writePixel(dst, (v[x] - low) / range, ok[x] != 0);
+                dst = writePixel(dst, (v[x] - low) / m.range, ok[x] != 0);
             continue;
         }
         switch (m_pixelFormat) {
         case kFormatRgb32:
         case kFormatArgb32:
-            writeRow<kFormatRgb32>(dst, v, ok, width, low, range, m_lowerMarker, span);
+            writeRow<kFormatRgb32>(dst, v, ok, width, m, fast);
             break;
         case kFormatRgb888:
-            writeRow<kFormatRgb888>(dst, v, ok, width, low, range, m_lowerMarker, span);
+            writeRow<kFormatRgb888>(dst, v, ok, width, m, fast);
             break;
         default:
-            writeRow<kFormatGrayscale8>(dst, v, ok, width, low, range, m_lowerMarker, span);
+            writeRow<kFormatGrayscale8>(dst, v, ok, width, m, fast);
             break;
         }
     }

@@ -1,6 +1,7 @@
 #include "core/TDData.h"
 #include "display/ColorBar0.h"
 
+#include <QRandomGenerator>
 #include <QTest>
 
 #include <cmath>
@@ -21,6 +22,7 @@ private slots:
     void makeImageReusesBufferOnlyWhenShapeMatches();
     void makeImageDegenerateRanges();
     void makeImageHitsEntryBoundaries();
+    void makeImageMatchesPerPixelFormula();
 };
 
 void TstColorBar0::tables()
@@ -299,6 +301,45 @@ void TstColorBar0::makeImageHitsEntryBoundaries()
         rec.makeImage(bar);
         for (int i = 0; i < 3; ++i)
             QCOMPARE(rec.image()->pixelColor(i, 0), bar.colorOf((vals[i] + 20.0) / 7.0));
+    }
+}
+
+// Whole images against the per-pixel formula: integer data on a range that puts many values
+// exactly on entry boundaries, random fractions, and the ends, NaN and infinities.
+void TstColorBar0::makeImageMatchesPerPixelFormula()
+{
+    QRandomGenerator rng(11);
+    for (int round = 0; round < 12; ++round) {
+        const int w = 97, h = 9;
+        TDData rec(w, h);
+        const double base = double(rng.bounded(2000)) - 1000.0;
+        const double step = round % 3 == 0 ? 1.0 : rng.generateDouble() * 0.37 + 0.01;
+        for (int i = 0; i < w * h; ++i) {
+            double v = base + step * double(i % 767);
+            if (i % 11 == 0) v = base + rng.generateDouble() * step * 766.0;
+            rec.setValue(i, v, i % 13 != 0);
+        }
+        // Written past the statistics, which they would otherwise take over.
+        rec.values()[0] = std::numeric_limits<double>::quiet_NaN();
+        rec.values()[1] = std::numeric_limits<double>::infinity();
+        rec.values()[2] = -std::numeric_limits<double>::infinity();
+        ColorBar0 bar;
+        if (round % 2) bar.setMarkers(rng.generateDouble() * 0.4, 0.6 + rng.generateDouble() * 0.4);
+        const DisplayRange range = rec.displayRange();
+        for (int format : {4, 13, 24}) {
+            bar.setPixelFormat(format);
+            rec.makeImage(bar);
+            for (int i = 0; i < w * h; ++i) {
+                const QColor want = bar.colorOf(
+                    (rec.value(i) - range.low) / (range.high - range.low), rec.isValid(i));
+                if (rec.image()->pixelColor(i % w, i / w) != want)
+                    QFAIL(qPrintable(QStringLiteral("round %1 format %2 pixel %3 value %4")
+                                         .arg(round)
+                                         .arg(format)
+                                         .arg(i)
+                                         .arg(rec.value(i), 0, 'g', 17)));
+            }
+        }
     }
 }
 
