@@ -80,10 +80,6 @@
             <translation>画像ファイルの読込</translation>
         </message>
         <message>
-            <source>KWNB Files, IMG Files, Tiff Files (*.dat *.img *.tif *.tiff)</source>
-            <translation>KWNB ファイル、IMG ファイル、Tiff ファイル (*.dat *.img *.tif *.tiff)</translation>
-        </message>
-        <message>
             <source>2D Data File (*.zmp)</source>
             <translation>2D データファイル (*.zmp)</translation>
         </message>
