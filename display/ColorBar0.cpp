@@ -72,6 +72,15 @@ struct Mapping
         qint64 lo = key(-std::numeric_limits<double>::max());
         qint64 hi = key(std::numeric_limits<double>::max());
         if (exactEntry(value(hi)) < k) return std::numeric_limits<double>::infinity();
+        // The multiply-add puts the threshold within rounding of its estimate: start from a
+        // narrow bracket around it, and from the whole range only if that does not hold.
+        const double guess = (double(k) - offset) / scale;
+        const double reach = 4.0 * tol / scale;
+        if (std::isfinite(guess) && exactEntry(guess - reach) < k &&
+            exactEntry(guess + reach) >= k) {
+            lo = key(guess - reach);
+            hi = key(guess + reach);
+        }
         // invariant: entry(lo) < k <= entry(hi); the keys span more than a signed 64-bit range
         while (quint64(hi) - quint64(lo) > 1) {
             const qint64 mid = qint64(quint64(lo) + (quint64(hi) - quint64(lo)) / 2);
