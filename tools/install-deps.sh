@@ -3,7 +3,7 @@
 # they are all present.
 set -euo pipefail
 packages=(cmake ninja-build g++ clang libclang-rt-14-dev qt6-base-dev qt6-tools-dev
-          qt6-tools-dev-tools qt6-l10n-tools libtiff-dev libgtest-dev libbenchmark-dev
+          qt6-tools-dev-tools qt6-l10n-tools libtiff-dev libfftw3-dev libopencv-imgproc-dev libgtest-dev libbenchmark-dev
           xvfb xauth fonts-dejavu-core fonts-ipafont-gothic)
 missing=()
 for p in "${packages[@]}"; do

@@ -21,6 +21,9 @@ const QList<CliCommand> &commands()
         {"demo", "demo DIR", "writes a small synthetic Fe K-edge imaging data set into DIR", &demo},
         {"calc", "calc --num FORMULA [--den FORMULA] [--log|--no-log] [--neg] FILE... -o OUT.zmp",
          "the Calc panel's sum/sum, ln by default; I[n] is the n-th FILE from 0", &calc},
+        {"filter", "filter NAME [OPTIONS] [--time] FILE -o OUT.zmp",
+         "the filter panel's filters; NAME is one of the list in zelmap-cli filter --help",
+         &filter},
     };
     return list;
 }

@@ -39,5 +39,6 @@ int xafs(const QStringList &args, QTextStream &out, QTextStream &err);
 int render(const QStringList &args, QTextStream &out, QTextStream &err);
 int demo(const QStringList &args, QTextStream &out, QTextStream &err);
 int calc(const QStringList &args, QTextStream &out, QTextStream &err);
+int filter(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
