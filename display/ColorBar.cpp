@@ -3,6 +3,8 @@
 #include "display/DrawText.h"
 
 #include <QPainter>
+#include <QResizeEvent>
+#include <QShowEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -74,6 +76,29 @@ void ColorBar::paintCBar()
     }
     emit cBarUpdated();
     update();
+}
+
+void ColorBar::fitPictureToWidget()
+{
+    // A widget made inside a form starts a few pixels high; painted then, the ramp would
+    // be sampled at only that many heights and stretched into coarse bands.
+    if (width() < 1 || height() < 1 || m_picture.size() == size()) return;
+    m_picture = QPixmap(size());
+    // The mapping is unchanged, so owners need not render their images again.
+    const QSignalBlocker quiet(this);
+    paintCBar();
+}
+
+void ColorBar::resizeEvent(QResizeEvent *e)
+{
+    DispA::resizeEvent(e);
+    fitPictureToWidget();
+}
+
+void ColorBar::showEvent(QShowEvent *e)
+{
+    DispA::showEvent(e);
+    fitPictureToWidget();
 }
 
 void ColorBar::draw1(QPainter *p)

@@ -36,8 +36,14 @@ public slots:
     void onMousePressed();
     void onMouseReleased();
 
+protected:
+    void resizeEvent(QResizeEvent *e) override;
+    void showEvent(QShowEvent *e) override;
+
 private:
     double fractionAtMouse() const;
+    // One picture row per screen row, so that the stretched picture shows no bands.
+    void fitPictureToWidget();
 
     QPixmap m_picture{kPictureWidth, kPictureHeight};
 };
