@@ -1,5 +1,6 @@
 #include "display/ImgDisp.h"
 
+#include "app/ConfigStore.h"
 #include "display/ChCoord.h"
 #include "display/ColorBar.h"
 #include "display/ColorBar0.h"
@@ -10,6 +11,8 @@
 #include <QCloseEvent>
 #include <QDataStream>
 #include <QPainter>
+#include <QResizeEvent>
+#include <QShortcut>
 
 #include <algorithm>
 #include <cmath>
@@ -48,6 +51,36 @@ ImgDisp::ImgDisp(QWidget *parent) : QFrame(parent), m_ui(std::make_unique<Ui_Img
     connect(m_ui->GrayScale, &QCheckBox::toggled, this, &ImgDisp::setCBarGrayScale);
     connect(m_ui->Regions, &QComboBox::currentIndexChanged, m_canvas,
             qOverload<>(&QWidget::update));
+
+    // Keys act while the display or one of its controls has the focus; a click on the
+    // image gives it.
+    m_canvas->setFocusPolicy(Qt::StrongFocus);
+    const auto keys = [this](std::initializer_list<QKeyCombination> combos, auto action) {
+        for (const QKeyCombination &c : combos) {
+            auto *shortcut = new QShortcut(QKeySequence(c), this);
+            shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+            connect(shortcut, &QShortcut::activated, this, action);
+        }
+    };
+    keys({QKeyCombination(Qt::Key_Plus), QKeyCombination(Qt::Key_Equal),
+          QKeyCombination(Qt::KeypadModifier, Qt::Key_Plus)},
+         [this] { zoomAtCentre(0.9); });
+    keys({QKeyCombination(Qt::Key_Minus), QKeyCombination(Qt::KeypadModifier, Qt::Key_Minus)},
+         [this] { zoomAtCentre(1.1); });
+    keys({QKeyCombination(Qt::Key_0), QKeyCombination(Qt::KeypadModifier, Qt::Key_0),
+          QKeyCombination(Qt::Key_Home)},
+         [this] { resetScale(); });
+    keys({QKeyCombination(Qt::Key_Escape)}, [this] { clearRegion(); });
+
+    const QString square = ConfigStore::instance()
+                               .value(QStringLiteral("SquarePixels"), QStringLiteral("0"))
+                               .trimmed()
+                               .toLower();
+    m_ui->SquarePixels->setChecked(square == QLatin1String("1") || square == QLatin1String("on") ||
+                                   square == QLatin1String("true") ||
+                                   square == QLatin1String("yes"));
+    connect(m_ui->SquarePixels, &QCheckBox::toggled, this, &ImgDisp::resetScale);
+    m_canvas->installEventFilter(this);
 
     resetScale();
 }
@@ -113,6 +146,11 @@ void ImgDisp::updateRegionLabel()
 void ImgDisp::mPressed()
 {
     if (plainPress()) {
+        m_keptState = m_regionState;
+        m_keptDX[0] = m_startDX;
+        m_keptDX[1] = m_startDY;
+        m_keptDX[2] = m_endDX;
+        m_keptDX[3] = m_endDY;
         m_regionState = Drawing;
         m_startSX = m_endSX = m_mouse->x;
         m_startSY = m_endSY = m_mouse->y;
@@ -121,9 +159,7 @@ void ImgDisp::mPressed()
         updateRegionLabel();
     } else if (m_mouse->pressButton == Qt::RightButton &&
                (m_mouse->pressModifiers & kHeldKeys) == 0) {
-        m_regionState = NoRegion;
-        updateRegionLabel();
-        emit regionCleared();
+        clearRegion();
     }
     m_coord->mPressed();
     emit mPressedWithin(dataX(), dataY());
@@ -152,10 +188,30 @@ void ImgDisp::mReleased()
         m_endSY = m_mouse->y;
         m_endDX = dataX();
         m_endDY = dataY();
-        emit newRegion(regionRect());
+        const QRect r = regionRect();
+        if (r.width() < 1 || r.height() < 1) {
+            // A click, or a drag within one row or column, would make a region holding no
+            // pixel, on which every computation gives nothing: the previous region stays.
+            m_regionState = m_keptState;
+            m_startDX = m_keptDX[0];
+            m_startDY = m_keptDX[1];
+            m_endDX = m_keptDX[2];
+            m_endDY = m_keptDX[3];
+            m_canvas->update();
+        } else {
+            emit newRegion(r);
+        }
         updateRegionLabel();
     }
     emit mReleasedWithin(dataX(), dataY());
+}
+
+void ImgDisp::clearRegion()
+{
+    m_regionState = NoRegion;
+    updateRegionLabel();
+    m_canvas->update();
+    emit regionCleared();
 }
 
 void ImgDisp::setCBarGrayScale(bool f)
@@ -245,9 +301,17 @@ void ImgDisp::clearRegions()
 
 void ImgDisp::zoom(int step)
 {
-    const double ax = dataX();
-    const double ay = dataY();
-    const double factor = step >= 0 ? 0.9 : 1.1;
+    zoomAbout(dataX(), dataY(), step >= 0 ? 0.9 : 1.1);
+}
+
+void ImgDisp::zoomAtCentre(double factor)
+{
+    const ChCoord::Area d = m_coord->dataRange();
+    zoomAbout((d.x0 + d.x1) / 2.0, (d.y0 + d.y1) / 2.0, factor);
+}
+
+void ImgDisp::zoomAbout(double ax, double ay, double factor)
+{
     const ChCoord::Area d = m_coord->dataRange();
     const double x0 = (d.x0 - ax) * factor + ax;
     const double x1 = (d.x1 - ax) * factor + ax;
@@ -263,13 +327,77 @@ void ImgDisp::zoom(int step)
 
 void ImgDisp::resetScale()
 {
-    m_viewX = 0.0;
-    m_viewY = 0.0;
-    m_viewW = m_imageW;
-    m_viewH = m_imageH;
-    m_coord->setDataRange(0.0, m_imageH, m_imageW, 0.0);
+    if (squarePixels()) {
+        fitSquare(m_canvas->size());
+    } else {
+        m_viewX = 0.0;
+        m_viewY = 0.0;
+        m_viewW = m_imageW;
+        m_viewH = m_imageH;
+        m_coord->setDataRange(0.0, m_imageH, m_imageW, 0.0);
+        m_fitted = false;
+    }
     m_canvas->update();
     emit scaleReset();
+}
+
+bool ImgDisp::squarePixels() const
+{
+    return m_ui->SquarePixels->isChecked();
+}
+
+void ImgDisp::fitSquare(const QSize &canvasSize)
+{
+    // The screen area spans size - 1 pixels, as the canvas sets it.
+    const double sw = std::max(1, canvasSize.width() - 1);
+    const double sh = std::max(1, canvasSize.height() - 1);
+    const double perPixel = std::max(m_imageW / sw, m_imageH / sh);
+    const double cx = m_imageW / 2.0;
+    const double cy = m_imageH / 2.0;
+    const double x0 = cx - sw * perPixel / 2.0;
+    const double x1 = cx + sw * perPixel / 2.0;
+    const double y0 = cy + sh * perPixel / 2.0; // bottom of the canvas
+    const double y1 = cy - sh * perPixel / 2.0;
+    m_coord->setDataRange(x0, y0, x1, y1);
+    m_viewX = x0;
+    m_viewY = y1;
+    m_viewW = x1 - x0;
+    m_viewH = y0 - y1;
+    m_fitRange[0] = x0;
+    m_fitRange[1] = y0;
+    m_fitRange[2] = x1;
+    m_fitRange[3] = y1;
+    m_fitted = true;
+}
+
+bool ImgDisp::eventFilter(QObject *watched, QEvent *e)
+{
+    if (watched != m_canvas || e->type() != QEvent::Resize || !squarePixels())
+        return QFrame::eventFilter(watched, e);
+    const auto *re = static_cast<const QResizeEvent *>(e);
+    const ChCoord::Area d = m_coord->dataRange();
+    const bool untouched = m_fitted && d.x0 == m_fitRange[0] && d.y0 == m_fitRange[1] &&
+                           d.x1 == m_fitRange[2] && d.y1 == m_fitRange[3];
+    if (untouched || !re->oldSize().isValid() || re->oldSize().width() < 2 ||
+        re->oldSize().height() < 2) {
+        fitSquare(re->size());
+    } else {
+        // Zoomed or panned: the centre and the size of a pixel on screen stay.
+        const double kx = std::max(1, re->size().width() - 1) / double(re->oldSize().width() - 1);
+        const double ky = std::max(1, re->size().height() - 1) / double(re->oldSize().height() - 1);
+        const double cx = (d.x0 + d.x1) / 2.0;
+        const double cy = (d.y0 + d.y1) / 2.0;
+        const double x0 = cx + (d.x0 - cx) * kx;
+        const double x1 = cx + (d.x1 - cx) * kx;
+        const double y0 = cy + (d.y0 - cy) * ky;
+        const double y1 = cy + (d.y1 - cy) * ky;
+        m_coord->setDataRange(x0, y0, x1, y1);
+        m_viewX = x0;
+        m_viewY = y1;
+        m_viewW = x1 - x0;
+        m_viewH = y0 - y1;
+    }
+    return QFrame::eventFilter(watched, e);
 }
 
 void ImgDisp::showAdditional(bool f)

@@ -58,6 +58,9 @@ public:
     void setDrawRegions(bool on);
     bool drawsRegions() const { return m_drawRegions; }
 
+    // "1:1": Scale Reset and resizing keep image pixels square, the image centred.
+    bool squarePixels() const;
+
 signals:
     void closing();
     void drawImage1(QPainter *p);
@@ -86,8 +89,15 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent *e) override;
+    bool eventFilter(QObject *watched, QEvent *e) override;
 
 private:
+    void clearRegion();
+    void zoomAbout(double ax, double ay, double factor);
+    void zoomAtCentre(double factor);
+    // The data range that shows the whole image centred with square pixels on a canvas of
+    // the given size; the view follows it.
+    void fitSquare(const QSize &canvasSize);
     void drawRegions(QPainter *p);
     void updateRegionLabel();
     void insertRegion(int index, const QRect &r);
@@ -109,4 +119,10 @@ private:
     double m_endSX = 0.0, m_endSY = 0.0;
     double m_startDX = 0.0, m_startDY = 0.0;
     double m_endDX = 0.0, m_endDY = 0.0;
+    // What a press replaces, so that a click that draws nothing can put it back.
+    int m_keptState = NoRegion;
+    double m_keptDX[4] = {0.0, 0.0, 0.0, 0.0};
+    // The range of the last square fit: while it stands, a resize fits again.
+    double m_fitRange[4] = {0.0, 0.0, 0.0, 0.0};
+    bool m_fitted = false;
 };

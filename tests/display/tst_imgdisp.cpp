@@ -150,12 +150,16 @@ void TstImgDisp::regionDrawing()
     QCOMPARE(released.count(), 1);
     QCOMPARE(lastPoint(released), QPointF(20, 50));
 
-    // A click without moving: width and height 0.
+    // A click without moving, or a drag along one row, holds no pixel: the region stays.
     QTest::mouseClick(m_canvas, Qt::LeftButton, {}, QPoint(12, 34));
+    QTest::mousePress(m_canvas, Qt::LeftButton, {}, QPoint(60, 34));
+    QCOMPARE(m_disp->regionLabel(), QStringLiteral("(60, 34)-(59, 33)"));
+    QTest::mouseMove(m_canvas, QPoint(90, 34));
+    QTest::mouseRelease(m_canvas, Qt::LeftButton, {}, QPoint(90, 34));
     QCOMPARE(m_disp->regionState(), 2);
-    QCOMPARE(regions.count(), 2);
-    QCOMPARE(regions.last().at(0).toRect(), QRect(12, 34, 0, 0));
-    QCOMPARE(m_disp->regionLabel(), QStringLiteral("(12, 34)-(11, 33)"));
+    QCOMPARE(regions.count(), 1);
+    QCOMPARE(m_disp->regionRect(), r);
+    QCOMPARE(m_disp->regionLabel(), QStringLiteral("(20, 30)-(39, 49)"));
 
     // Moves without a button, or a Ctrl drag, leave the region alone but still report.
     const int before = moved.count();
@@ -164,10 +168,16 @@ void TstImgDisp::regionDrawing()
     QTest::mousePress(m_canvas, Qt::LeftButton, Qt::ControlModifier, QPoint(60, 70));
     QTest::mouseMove(m_canvas, QPoint(90, 95));
     QTest::mouseRelease(m_canvas, Qt::LeftButton, Qt::ControlModifier, QPoint(90, 95));
-    QCOMPARE(regions.count(), 2);
-    QCOMPARE(m_disp->regionLabel(), QStringLiteral("(12, 34)-(11, 33)"));
-    QCOMPARE(pressed.count(), 3);
-    QCOMPARE(released.count(), 3);
+    QCOMPARE(regions.count(), 1);
+    QCOMPARE(m_disp->regionLabel(), QStringLiteral("(20, 30)-(39, 49)"));
+    QCOMPARE(pressed.count(), 4);
+    QCOMPARE(released.count(), 4);
+
+    // With no region before, a click leaves none.
+    QTest::mouseClick(m_canvas, Qt::RightButton, {}, QPoint(5, 5));
+    QTest::mouseClick(m_canvas, Qt::LeftButton, {}, QPoint(12, 34));
+    QCOMPARE(m_disp->regionState(), 0);
+    QCOMPARE(m_disp->regionLabel(), QString());
 }
 
 void TstImgDisp::rightPressClears()
