@@ -20,6 +20,7 @@
 #include <QFileInfo>
 #include <QImageWriter>
 #include <QMimeData>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QUrl>
 
@@ -32,6 +33,7 @@ Body::Body(QWidget *parent)
     setAcceptDrops(true);
     m_ui->DataListLayout->addWidget(m_dataCtrls);
     m_dataCtrls->setImgBase(m_imgBase.get());
+    m_imgBase->setHomeWindow(this);
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
@@ -59,11 +61,23 @@ Body::Body(QWidget *parent)
     m_saveDialog = new _FileDialog(tr("Save"), this);
     m_saveDialog->setFileMode(QFileDialog::AnyFile);
     m_saveDialog->setAcceptMode(QFileDialog::AcceptSave);
-    // Both dialogs offer the same choice of files.
-    const QStringList filters = {tr("2D Data File (*.zmp)"), tr("Img File (*.png *.jpg)"),
-                                 tr("Any (* *.*)")};
-    m_openDialog->setNameFilters(filters);
-    m_saveDialog->setNameFilters(filters);
+    // The first filter, the one a new user sees, lists everything a reader takes.
+    m_openDialog->setNameFilters(
+        {tr("Images (*.zmp *.tif *.tiff *.img *.dat *.txt *.png *.jpg *.jpeg)"),
+         tr("2D Data File (*.zmp)"), tr("Tiff Files (*.tif *.tiff)"), tr("IMG Files (*.img)"),
+         tr("KWNB Files (*.dat)"), tr("Text Matrix Files (*.txt)"),
+         tr("Picture Files (*.png *.jpg *.jpeg)"), tr("Any (* *.*)")});
+    m_saveDialog->setNameFilters(
+        {tr("2D Data File (*.zmp)"), tr("Img File (*.png *.jpg)"), tr("Any (* *.*)")});
+    // A bare name gets the extension of the chosen kind; under Any it stays as typed.
+    const auto suffixFor = [this](const QString &filter) {
+        const QStringList kinds = m_saveDialog->nameFilters();
+        m_saveDialog->setDefaultSuffix(filter == kinds.value(0)   ? QStringLiteral("zmp")
+                                       : filter == kinds.value(1) ? QStringLiteral("png")
+                                                                  : QString());
+    };
+    suffixFor(m_saveDialog->nameFilters().value(0));
+    connect(m_saveDialog, &QFileDialog::filterSelected, this, suffixFor);
 
     connect(m_openDialog, &QFileDialog::filesSelected, this, &Body::loadFilesSelected);
     connect(this, &Body::loadNextFile, this, &Body::loadAFile, Qt::QueuedConnection);
@@ -75,6 +89,12 @@ Body::Body(QWidget *parent)
             qOverload<>(&DataCtrls::showImgBase));
     connect(m_ui->InTab, &QCheckBox::toggled, m_dataCtrls, &DataCtrls::inTab);
     connect(m_ui->DefaultColorScaleIsGrey, &QCheckBox::toggled, this, &Body::setDefaultColorScale);
+
+    new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_O), this, m_openDialog, &QWidget::show);
+    new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_S), this, m_saveDialog, &QWidget::show);
+    // Quitting works from the image windows too; closing this window closes all others.
+    new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this, this, &QWidget::close,
+                  Qt::ApplicationShortcut);
 }
 
 Body::~Body()
@@ -126,13 +146,16 @@ void Body::loadAFile(QString fname)
         return;
     }
     if (AppState::debug()) qDebug() << "loaded" << fname << "as" << result.format;
-    calculatedData(result.record.release());
     statusBar()->showMessage(tr("Loaded %1").arg(QFileInfo(fname).fileName()), 5000);
+    calculatedData(result.record.release());
 }
 
 void Body::calculatedData(TDDataWL *data)
 {
     if (!data) return;
+    // Kept all the same: an empty result is still a result, but it must not go unnoticed.
+    if (data->validCount() == 0)
+        report(tr("%1 has no valid pixel (check the regions and the formula)").arg(data->dataId()));
     m_dataCtrls->addData(data, m_ui->DefaultColorScaleIsGrey->isChecked());
     m_dataCtrls->showImgBase0();
 }

@@ -2,6 +2,7 @@
 
 #include "core/RecordStatistics.h"
 #include "core/TDDataWL.h"
+#include "data/WindowPlacer.h"
 #include "display/ChCoord.h"
 #include "display/ColorBar.h"
 #include "display/DispA.h"
@@ -266,6 +267,7 @@ void DataCtrl::setFocused(bool f)
 void DataCtrl::showStatistics()
 {
     if (!m_record) return;
+    const bool fresh = !m_statWindow;
     if (!m_statWindow) {
         auto *window = new QLabel(this, Qt::Tool);
         window->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -293,6 +295,10 @@ void DataCtrl::showStatistics()
                        .arg(r.validCount())
                        .arg(r.pixelCount())
                        .arg(number(s.mean), number(s.standardDeviation)));
+    if (fresh) {
+        label->adjustSize();
+        WindowPlacer::placeBeside(label, window());
+    }
     label->show();
     label->raise();
 }

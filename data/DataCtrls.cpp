@@ -3,6 +3,7 @@
 #include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/ImgBase.h"
+#include "data/WindowPlacer.h"
 #include "display/ImgDisp.h"
 
 #include <QButtonGroup>
@@ -54,7 +55,8 @@ DataCtrl *DataCtrls::addData(TDDataWL *record, bool grey)
     connect(entry, &DataCtrl::comeMeBackToTab, this, &DataCtrls::comeBackADcToTab);
     renumber();
     placeDisplay(entry);
-    selsChanged_();
+    // No selection record here: a new entry is chosen nowhere, and a record would make the
+    // processing panels rewrite what the user typed.
     return entry;
 }
 
@@ -125,6 +127,8 @@ void DataCtrls::placeDisplay(DataCtrl *entry)
         disp->setParent(nullptr);
     }
     disp->setWindowFlag(Qt::Window, true);
+    const QWidget *anchor = m_base && m_base->isVisible() ? static_cast<QWidget *>(m_base) : this;
+    WindowPlacer::placeBeside(disp, anchor, indexOf(entry) % 10);
     disp->show();
 }
 

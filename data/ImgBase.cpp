@@ -1,6 +1,10 @@
 #include "data/ImgBase.h"
 
+#include "data/WindowPlacer.h"
+
 #include "ui_ImgBase.h"
+
+#include <QShowEvent>
 
 ImgBase::ImgBase(QWidget *parent) : QWidget(parent), m_ui(std::make_unique<Ui_ImgBase>())
 {
@@ -48,7 +52,18 @@ void ImgBase::closeTab(int idx)
     m_ui->ImgBaseTab->removeTab(idx);
     // Still a child of the tab stack, so it goes with the base at the latest.
     w->setWindowFlags(w->windowFlags() | Qt::Window);
+    WindowPlacer::placeBeside(w, this);
     w->show();
+}
+
+void ImgBase::showEvent(QShowEvent *e)
+{
+    // Shown before the window is mapped, so the move needs no second trip to the screen.
+    if (!m_placed && !e->spontaneous() && m_home) {
+        m_placed = true;
+        WindowPlacer::placeBeside(this, m_home);
+    }
+    QWidget::showEvent(e);
 }
 
 void ImgBase::currentChanged0(int idx)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 
 #include <memory>
@@ -20,6 +21,8 @@ public:
     QTabWidget *tabWidget() const;
     // Puts w (a tab page or a torn-out window) in a tab labelled label and makes it current.
     void addDisplay(QWidget *w, const QString &label);
+    // The window this one opens beside the first time it is shown.
+    void setHomeWindow(QWidget *home) { m_home = home; }
 
 signals:
     void currentChanged(QWidget *w);
@@ -31,6 +34,11 @@ private slots:
 public slots:
     void setCurrentWidget(QWidget *w);
 
+protected:
+    void showEvent(QShowEvent *e) override;
+
 private:
     std::unique_ptr<Ui_ImgBase> m_ui;
+    QPointer<QWidget> m_home;
+    bool m_placed = false;
 };

@@ -4,16 +4,16 @@
     <context>
         <name>Body</name>
         <message>
-            <source>Load image files (several at once)</source>
-            <translation>画像ファイルを読み込む（複数可）</translation>
+            <source>Load image files (several at once) [Ctrl+O]</source>
+            <translation>画像ファイルを読み込む（複数可） [Ctrl+O]</translation>
         </message>
         <message>
             <source>Load</source>
             <translation>読込</translation>
         </message>
         <message>
-            <source>Save the S1 image, or every image ticked A, as 2dData files</source>
-            <translation>S1 の画像、または A に印を付けたすべての画像を 2dData ファイルとして保存</translation>
+            <source>Save the S1 image, or every image ticked A, as 2dData files [Ctrl+S]. Ctrl+Q quits Zelmap</source>
+            <translation>S1 の画像、または A に印を付けたすべての画像を 2dData ファイルとして保存 [Ctrl+S]。Ctrl+Q で Zelmap を終了</translation>
         </message>
         <message>
             <source>Save</source>
@@ -110,6 +110,34 @@
         <message>
             <source>Nothing saved: no image is chosen as S1</source>
             <translation>保存しませんでした: S1 に選ばれた画像がありません</translation>
+        </message>
+        <message>
+            <source>Images (*.zmp *.tif *.tiff *.img *.dat *.txt *.png *.jpg *.jpeg)</source>
+            <translation>画像 (*.zmp *.tif *.tiff *.img *.dat *.txt *.png *.jpg *.jpeg)</translation>
+        </message>
+        <message>
+            <source>Tiff Files (*.tif *.tiff)</source>
+            <translation>Tiff ファイル (*.tif *.tiff)</translation>
+        </message>
+        <message>
+            <source>IMG Files (*.img)</source>
+            <translation>IMG ファイル (*.img)</translation>
+        </message>
+        <message>
+            <source>KWNB Files (*.dat)</source>
+            <translation>KWNB ファイル (*.dat)</translation>
+        </message>
+        <message>
+            <source>Text Matrix Files (*.txt)</source>
+            <translation>テキスト行列ファイル (*.txt)</translation>
+        </message>
+        <message>
+            <source>Picture Files (*.png *.jpg *.jpeg)</source>
+            <translation>画像ファイル (*.png *.jpg *.jpeg)</translation>
+        </message>
+        <message>
+            <source>%1 has no valid pixel (check the regions and the formula)</source>
+            <translation>%1 には有効な画素がありません（領域と式を確認してください）</translation>
         </message>
         <message numerus="yes">
             <source>Saved %n file(s)</source>
@@ -326,6 +354,18 @@ Standard deviation: %12</source>
         <message>
             <source>Scale Reset</source>
             <translation>表示リセット</translation>
+        </message>
+        <message>
+            <source>Show the whole image again (keys 0, Home). On the image: + / - zoom about the centre, Esc clears the region</source>
+            <translation>画像全体を表示し直す（キー 0、Home）。画像上で + / - は中心を基準に拡大・縮小、Esc で領域を解除</translation>
+        </message>
+        <message>
+            <source>1:1</source>
+            <translation>1:1</translation>
+        </message>
+        <message>
+            <source>Keep image pixels square, the image centred (configuration key SquarePixels)</source>
+            <translation>画素を正方形に保ち、画像を中央に置く（設定キー SquarePixels）</translation>
         </message>
     </context>
 </TS>

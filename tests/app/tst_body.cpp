@@ -11,8 +11,11 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QImage>
 #include <QLabel>
+#include <QLineEdit>
+#include <QListView>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
@@ -61,6 +64,7 @@ class TestBody : public QObject
 private Q_SLOTS:
     void initTestCase();
     void loadSelectSaveDelete();
+    void fileDialogs_data();
     void fileDialogs();
     void pointedPixelReachesEveryEntry();
     void windowSizesAndCommandLineFiles();
@@ -173,18 +177,81 @@ void TestBody::loadSelectSaveDelete()
     QVERIFY(body.statusBar()->currentMessage().contains(QLatin1String("junk.img")));
 }
 
+void TestBody::fileDialogs_data()
+{
+    QTest::addColumn<int>("filter");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<bool>("picture");
+    QTest::newRow("2dData") << 0 << "typed"
+                            << "typed.zmp" << false;
+    QTest::newRow("picture") << 1 << "pic"
+                             << "pic.png" << true;
+    QTest::newRow("any") << 2 << "raw"
+                         << "raw" << false;
+    QTest::newRow("own extension") << 0 << "mine.dat"
+                                   << "mine.dat" << false;
+}
+
 void TestBody::fileDialogs()
 {
+    QFETCH(int, filter);
+    QFETCH(QString, typed);
+    QFETCH(QString, written);
+    QFETCH(bool, picture);
     Body body;
-    const QStringList filters = {QStringLiteral("2D Data File (*.zmp)"),
-                                 QStringLiteral("Img File (*.png *.jpg)"),
-                                 QStringLiteral("Any (* *.*)")};
-    QCOMPARE(body.openDialog()->fileMode(), QFileDialog::ExistingFiles);
-    QCOMPARE(body.openDialog()->acceptMode(), QFileDialog::AcceptOpen);
-    QCOMPARE(body.openDialog()->nameFilters(), filters);
+    body.show();
+    _FileDialog *open = body.openDialog();
+    QCOMPARE(open->fileMode(), QFileDialog::ExistingFiles);
+    QCOMPARE(open->acceptMode(), QFileDialog::AcceptOpen);
+    const QStringList openFilters = open->nameFilters();
+    QCOMPARE(openFilters.size(), 8);
+    QCOMPARE(openFilters.first(),
+             QStringLiteral("Images (*.zmp *.tif *.tiff *.img *.dat *.txt *.png *.jpg *.jpeg)"));
+    QCOMPARE(openFilters.last(), QStringLiteral("Any (* *.*)"));
     QCOMPARE(body.saveDialog()->fileMode(), QFileDialog::AnyFile);
     QCOMPARE(body.saveDialog()->acceptMode(), QFileDialog::AcceptSave);
-    QCOMPARE(body.saveDialog()->nameFilters(), filters);
+    QCOMPARE(
+        body.saveDialog()->nameFilters(),
+        QStringList({QStringLiteral("2D Data File (*.zmp)"),
+                     QStringLiteral("Img File (*.png *.jpg)"), QStringLiteral("Any (* *.*)")}));
+
+    // Load: the default filter shows a camera image, which is then picked by its name.
+    QTest::mouseClick(child<QPushButton>(&body, "Load"), Qt::LeftButton);
+    QVERIFY(open->isVisible());
+    open->setDirectory(m_dir.path());
+    auto *view = open->findChild<QListView *>(QStringLiteral("listView"));
+    const auto shown = [view] {
+        QStringList names;
+        for (int r = 0; r < view->model()->rowCount(view->rootIndex()); ++r)
+            names << view->model()->index(r, 0, view->rootIndex()).data().toString();
+        return names;
+    };
+    QTRY_VERIFY(shown().contains(QStringLiteral("third.tif")));
+    QVERIFY(shown().contains(QStringLiteral("first.zmp")));
+    QTest::keyClicks(child<QLineEdit>(open, "fileNameEdit"), QStringLiteral("first.zmp"));
+    QTest::keyClick(child<QLineEdit>(open, "fileNameEdit"), Qt::Key_Return);
+    QTRY_COMPARE(body.dataCtrls()->count(), 1);
+
+    // Save S1 under a typed name, with the filter chosen in the dialog's own list.
+    QTest::mouseClick(child<QRadioButton>(body.dataCtrls()->at(0), "SingleSel1"), Qt::LeftButton);
+    QTest::mouseClick(child<QPushButton>(&body, "Save"), Qt::LeftButton);
+    _FileDialog *save = body.saveDialog();
+    QVERIFY(save->isVisible());
+    QTemporaryDir out;
+    save->setDirectory(out.path());
+    auto *kinds = child<QComboBox>(save, "fileTypeCombo");
+    for (int i = 0; i < filter; ++i)
+        QTest::keyClick(kinds, Qt::Key_Down);
+    QCOMPARE(kinds->currentIndex(), filter);
+    QTest::keyClicks(child<QLineEdit>(save, "fileNameEdit"), typed);
+    QTest::keyClick(child<QLineEdit>(save, "fileNameEdit"), Qt::Key_Return);
+    const QString path = QDir(out.path()).filePath(written);
+    QTRY_VERIFY2(QFile::exists(path), qPrintable(QDir(out.path()).entryList().join(' ')));
+    QCOMPARE(QDir(out.path()).entryList(QDir::Files).size(), 1);
+    TDDataWL back(0, 0);
+    QCOMPARE(back.load(path), !picture);
+    QCOMPARE(QImage(path).isNull(), !picture);
 }
 
 void TestBody::pointedPixelReachesEveryEntry()

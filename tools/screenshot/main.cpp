@@ -1,7 +1,9 @@
 // Draws the main window and the image window with files loaded into one PNG, offscreen:
 // the pictures in the README are made with it.
-//   zelmap-screenshot [--japanese] OUT.png FILE...
+//   zelmap-screenshot [--japanese] [--square] OUT.png FILE...
+// --square shows the images with square pixels, as the "SquarePixels" setting does.
 #include "app/Body.h"
+#include "app/ConfigStore.h"
 #include "app/Startup.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
@@ -28,8 +30,12 @@ int main(int argc, char **argv)
         if (Startup::loadTranslation(translator, QCoreApplication::applicationDirPath()))
             QCoreApplication::installTranslator(&translator);
     }
+    if (args.value(0) == QLatin1String("--square")) {
+        args.removeFirst();
+        ConfigStore::instance().setValue(QStringLiteral("SquarePixels"), QStringLiteral("1"));
+    }
     if (args.size() < 2) {
-        err << "usage: zelmap-screenshot [--japanese] OUT.png FILE...\n";
+        err << "usage: zelmap-screenshot [--japanese] [--square] OUT.png FILE...\n";
         return 2;
     }
     const QString out = args.takeFirst();
