@@ -282,3 +282,34 @@ QImage RelationHistogram::paint(const std::vector<double> &bins, double colorRan
     }
     return image;
 }
+
+QImage RelationHistogram::scatterMap(const TDData0 &s1, const TDData0 &s2)
+{
+    constexpr int n = kMapSide;
+    QImage image(n, n, QImage::Format_ARGB32);
+    image.fill(kMapBackground);
+    const Scan scan = commonPart(s1, s2);
+    const double sc1 = double(n) / axisHigh(s1);
+    const double sc2 = double(n) / axisHigh(s2);
+    const double low1 = s1.displayRange().low;
+    const double low2 = s2.displayRange().low;
+    const auto plot = [&](int x, int y, QRgb colour) {
+        const double v1 = s1.value(x, y);
+        const double v2 = s2.value(x, y);
+        if (!(v1 > low1 || v2 > low2)) return;
+        const double m1 = sc1 * v1;
+        const double m2 = sc2 * v2;
+        if (!(m1 > -1.0 && m1 < n && m2 > -1.0 && m2 < n)) return;
+        reinterpret_cast<QRgb *>(image.scanLine(int(m2)))[int(m1)] = colour;
+    };
+    for (int y = 0; y < scan.height; ++y)
+        for (int x = 0; x < scan.width; ++x)
+            plot(x, y, kMapPoint);
+    if (s1.isRegionSet()) {
+        const QRect box = s1.region().intersected(QRect(0, 0, scan.width, scan.height));
+        for (int y = box.top(); y <= box.bottom(); ++y)
+            for (int x = box.left(); x <= box.right(); ++x)
+                plot(x, y, kMapHighlight);
+    }
+    return image;
+}

@@ -59,6 +59,16 @@ public:
     static QImage paint(const std::vector<double> &bins, double colorRange);
     QImage paint(double colorRange) const { return paint(m_bins, colorRange); }
 
+    // A point for every pixel at its (S1, S2) value on a kMapSide square with the same axes
+    // (column = S1, row = S2 from the top), skipping pixels where neither value exceeds the
+    // low end of its record's display range; pixels inside S1's region are drawn again in
+    // the highlight colour.
+    static constexpr int kMapSide = 1000;
+    static constexpr QRgb kMapBackground = 0xffffffff;
+    static constexpr QRgb kMapPoint = 0xff0000a0;
+    static constexpr QRgb kMapHighlight = 0xffff8000;
+    static QImage scatterMap(const TDData0 &s1, const TDData0 &s2);
+
     // The literal per-pixel splat, the reference of the fast build (tests, benchmark).
     static std::vector<double> directSplat(const TDData0 &s1, const TDData0 &s2,
                                            const Params &params);
