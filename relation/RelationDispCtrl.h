@@ -51,6 +51,7 @@ public:
     bool isRegionMode() const { return m_regionMode; }
     double sectorHalfAngle() const { return m_sectHw; }
     bool showsScatterMap() const;
+    QPoint pointedPixel() const { return m_pointed; }
 
 Q_SIGNALS:
     void newDataGenerated(TDDataWL *data);
