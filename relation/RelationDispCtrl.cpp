@@ -16,6 +16,7 @@
 #include <QPainterPath>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <numbers>
 
@@ -231,8 +232,7 @@ void RelationDispCtrl::setNewData(TDDataWL *s1, TDDataWL *s2)
 void RelationDispCtrl::makeHistMap()
 {
     if (!m_s1 || !m_s2) return;
-    // The records may have been replaced since they were handed over.
-    m_hist.setData(m_s1, m_s2);
+    if (m_hist.s1() != m_s1 || m_hist.s2() != m_s2) m_hist.setData(m_s1, m_s2);
     m_hist.setParams({m_options->kernelHalfWidth(), m_options->boundaryValue()});
     const double old1 = m_hist.axisHigh1();
     const double old2 = m_hist.axisHigh2();

@@ -49,6 +49,7 @@ void convolveRows(const double *in, int inW, int outH, int outW, const double *w
     }
 }
 
+// The same along y: out[r][c] = sum_k in[r + k][c] w[k], inW columns throughout.
 void convolveColumns(const double *in, int inW, int outH, const double *w, int taps, double *out)
 {
     for (int r = 0; r < outH; ++r) {
