@@ -60,6 +60,7 @@ private slots:
     void constantImagesGiveOneBlob();
     void colourRule_data();
     void colourRule();
+    void scatterMap();
     void selectionMask_data();
     void selectionMask();
     void cliRoundTrip();
@@ -182,6 +183,27 @@ void TestRelationHistogram::colourRule()
     QCOMPARE(picture.size(), QSize(200, 200));
     const QRgb want = green < 0 ? qRgba(0, 0, 0, 0) : qRgba(255, green, 0, 255);
     QCOMPARE(picture.pixel(3, 7), want);
+}
+
+void TestRelationHistogram::scatterMap()
+{
+    // Display ranges 0.5 .. 10 and 0.2 .. 4: the axes end at 10 and 4.
+    const double v1[] = {1, 5, 10, 0.5, 2};
+    const double v2[] = {0.5, 2, 4, 0.2, 3.999};
+    TDDataWL s1(5, 1), s2(5, 1);
+    for (int i = 0; i < 5; ++i)
+        s1.setValue(i, v1[i], true), s2.setValue(i, v2[i], true);
+    s1.setRegion(QRect(4, 0, 1, 1));
+    const QImage map = RelationHistogram::scatterMap(s1, s2);
+    QCOMPARE(map.size(), QSize(1000, 1000));
+    QImage want(1000, 1000, QImage::Format_ARGB32);
+    want.fill(RelationHistogram::kMapBackground);
+    // Neither value of pixel 3 exceeds its low end; pixel 2 maps to 1000, past the last
+    // column and row; pixel 4 lies in S1's region.
+    want.setPixel(100, 125, RelationHistogram::kMapPoint);
+    want.setPixel(500, 500, RelationHistogram::kMapPoint);
+    want.setPixel(200, 999, RelationHistogram::kMapHighlight);
+    QCOMPARE(map, want);
 }
 
 void TestRelationHistogram::selectionMask_data()
