@@ -11,6 +11,7 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
+#include "relation/RelationDispCtrl.h"
 
 #include "ui_Body.h"
 
@@ -54,6 +55,15 @@ Body::Body(QWidget *parent)
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_calcCtrl, &CalcCtrl::selsChanged);
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_compositeCtrl, &CompositeCtrl::selsChanged);
     connect(m_calcCtrl, &CalcCtrl::newDataGenerated, this, &Body::calculatedData);
+
+    // The relation map opens in a window of its own from a button beside the panels.
+    m_relation = new RelationDispCtrl(m_dataCtrls, this);
+    m_relation->setWindowFlag(Qt::Window);
+    QPushButton *relation = RelationDispCtrl::makeLauncher(this);
+    m_ui->PanelButtons->insertWidget(m_ui->PanelButtons->count() - 1, relation);
+    connect(relation, &QPushButton::clicked, m_relation, &RelationDispCtrl::showWindow);
+    connect(m_dataCtrls, &DataCtrls::selsChanged, m_relation, &RelationDispCtrl::selsChanged);
+    connect(m_relation, &RelationDispCtrl::newDataGenerated, this, &Body::calculatedData);
 
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);

@@ -9,6 +9,7 @@ class CalcCtrl;
 class CompositeCtrl;
 class DataCtrls;
 class ImgBase;
+class RelationDispCtrl;
 class TDDataWL;
 class Ui_Body;
 class _FileDialog;
@@ -29,6 +30,7 @@ public:
     _FileDialog *saveDialog() const { return m_saveDialog; }
     CalcCtrl *calcCtrl() const { return m_calcCtrl; }
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
+    RelationDispCtrl *relationDispCtrl() const { return m_relation; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -65,4 +67,5 @@ private:
     _FileDialog *m_saveDialog = nullptr;
     CalcCtrl *m_calcCtrl = nullptr;
     CompositeCtrl *m_compositeCtrl = nullptr;
+    RelationDispCtrl *m_relation = nullptr;
 };

@@ -368,4 +368,120 @@ Standard deviation: %12</source>
             <translation>画素を正方形に保ち、画像を中央に置く（設定キー SquarePixels）</translation>
         </message>
     </context>
+    <context>
+        <name>RelationDispCtrl</name>
+        <message>
+            <source>Relation Disp Ctrl</source>
+            <translation>相関表示コントロール</translation>
+        </message>
+        <message>
+            <source>Select Region</source>
+            <translation>領域選択</translation>
+        </message>
+        <message>
+            <source>Sector (w :</source>
+            <translation>扇形 (幅 :</translation>
+        </message>
+        <message>
+            <source>[deg])</source>
+            <translation>[度])</translation>
+        </message>
+        <message>
+            <source>Square</source>
+            <translation>矩形</translation>
+        </message>
+        <message>
+            <source>No</source>
+            <translation>なし</translation>
+        </message>
+        <message>
+            <source>Show</source>
+            <translation>表示</translation>
+        </message>
+        <message>
+            <source>Histogram</source>
+            <translation>ヒストグラム</translation>
+        </message>
+        <message>
+            <source>Scatter Map</source>
+            <translation>散布図</translation>
+        </message>
+        <message>
+            <source>Scale Reset</source>
+            <translation>表示リセット</translation>
+        </message>
+        <message>
+            <source>Make the mask of the selection a new image</source>
+            <translation>選択した画素のマスクを新しい画像にします</translation>
+        </message>
+        <message>
+            <source>Composite</source>
+            <translation>マスク作成</translation>
+        </message>
+        <message>
+            <source>Relation</source>
+            <translation>相関</translation>
+        </message>
+        <message>
+            <source>The relation map of S1 against S2 in a window of its own</source>
+            <translation>S1 対 S2 の相関マップを別ウィンドウで表示します</translation>
+        </message>
+        <message>
+            <source>S1 (%1 x %2) and S2 (%3 x %4) differ in size: the part both cover is used</source>
+            <translation>S1 (%1 x %2) と S2 (%3 x %4) は大きさが異なります: 共通の部分を使います</translation>
+        </message>
+        <message>
+            <source>S1: %1</source>
+            <translation>S1: %1</translation>
+        </message>
+        <message>
+            <source>S1</source>
+            <translation>S1</translation>
+        </message>
+        <message>
+            <source>S2: %1</source>
+            <translation>S2: %1</translation>
+        </message>
+        <message>
+            <source>S2</source>
+            <translation>S2</translation>
+        </message>
+        <message numerus="yes">
+            <source>%n pixel(s) selected</source>
+            <translation>
+                <numerusform>%n 画素を選択</numerusform>
+            </translation>
+        </message>
+    </context>
+    <context>
+        <name>RelationDispCtrlOptions</name>
+        <message>
+            <source>Frame</source>
+            <translation>フレーム</translation>
+        </message>
+        <message>
+            <source>Histgram</source>
+            <translation>ヒストグラム</translation>
+        </message>
+        <message>
+            <source>ReDraw</source>
+            <translation>再描画</translation>
+        </message>
+        <message>
+            <source>Kernel HW</source>
+            <translation>カーネル半幅</translation>
+        </message>
+        <message>
+            <source>Boundary Value</source>
+            <translation>境界値</translation>
+        </message>
+        <message>
+            <source>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;MaxV := Peak Value of Histgram&lt;/p&gt;&lt;p&gt;V : Value of Histgram at a Point&lt;/p&gt;&lt;p&gt;C := Max Color Value (Typically 255)&lt;/p&gt;&lt;p&gt;R: = &amp;quot;Color Max. Range&amp;quot;&lt;/p&gt;&lt;p&gt;Color value c at a Point is calculated as :&lt;/p&gt;&lt;p&gt;c := V / ( MaxV * R ) * C ( if c &amp;gt; C =&amp;gt; c = C )W&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</source>
+            <translation>&lt;html&gt;&lt;head/&gt;&lt;body&gt;&lt;p&gt;MaxV := ヒストグラムの最大値&lt;/p&gt;&lt;p&gt;V : ある点でのヒストグラムの値&lt;/p&gt;&lt;p&gt;C := 色の最大値 (通常 255)&lt;/p&gt;&lt;p&gt;R: = &amp;quot;色最大範囲&amp;quot;&lt;/p&gt;&lt;p&gt;ある点の色の値 c は次の式で求めます :&lt;/p&gt;&lt;p&gt;c := V / ( MaxV * R ) * C ( c &amp;gt; C なら c = C )&lt;/p&gt;&lt;/body&gt;&lt;/html&gt;</translation>
+        </message>
+        <message>
+            <source>Color Max. Range</source>
+            <translation>色最大範囲</translation>
+        </message>
+    </context>
 </TS>

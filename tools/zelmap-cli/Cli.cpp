@@ -24,6 +24,10 @@ const QList<CliCommand> &commands()
         {"filter", "filter NAME [OPTIONS] [--time] FILE -o OUT.zmp",
          "the filter panel's filters; NAME is one of the list in zelmap-cli filter --help",
          &filter},
+        {"relation",
+         "relation [--kernel-hw H] [--boundary B] [--color-range R] [--time] S1 S2 -o HIST.zmp "
+         "[--png MAP.png] [--sector ANGLE_DEG WIDTH_DEG | --square X0 Y0 X1 Y1] [--mask OUT.zmp]",
+         "the relation map of S1 against S2 (200 x 200) and the mask of a selection", &relation},
     };
     return list;
 }
