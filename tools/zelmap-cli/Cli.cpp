@@ -24,6 +24,10 @@ const QList<CliCommand> &commands()
         {"filter", "filter NAME [OPTIONS] [--time] FILE -o OUT.zmp",
          "the filter panel's filters; NAME is one of the list in zelmap-cli filter --help",
          &filter},
+        {"copy", "copy --rect L T R B [--time] FILE -o OUT.zmp",
+         "the inclusive rectangle of FILE as a record of its own", &copy},
+        {"resize", "resize --size W H [--method nearest|linear|area] [--time] FILE -o OUT.zmp",
+         "FILE resampled to W x H (bilinear by default)", &resize},
     };
     return list;
 }
