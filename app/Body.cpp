@@ -11,6 +11,8 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
+#include "proc/CopyCtrl.h"
+#include "proc/PeakTable.h"
 
 #include "ui_Body.h"
 
@@ -35,8 +37,7 @@ Body::Body(QWidget *parent)
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CopyFrame),
+         {static_cast<QWidget *>(m_ui->Filter), static_cast<QWidget *>(m_ui->LCFA),
           static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
 
@@ -52,6 +53,13 @@ Body::Body(QWidget *parent)
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_calcCtrl, &CalcCtrl::selsChanged);
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_compositeCtrl, &CompositeCtrl::selsChanged);
     connect(m_calcCtrl, &CalcCtrl::newDataGenerated, this, &Body::calculatedData);
+    m_copyCtrl = new CopyCtrl(m_dataCtrls, m_ui->CopyFrame);
+    m_ui->CopyLayout->addWidget(m_copyCtrl);
+    m_ui->CopyFrame->setVisible(m_ui->Copy->isChecked());
+    connect(m_ui->Copy, &QPushButton::toggled, m_ui->CopyFrame, &QWidget::setVisible);
+    connect(m_dataCtrls, &DataCtrls::selsChanged, m_copyCtrl, &CopyCtrl::selsChanged);
+    connect(m_copyCtrl, &CopyCtrl::newDataGenerated, this, &Body::calculatedData);
+    connect(m_copyCtrl, &CopyCtrl::message, this, &Body::report);
 
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);
@@ -135,6 +143,12 @@ void Body::calculatedData(TDDataWL *data)
     if (!data) return;
     m_dataCtrls->addData(data, m_ui->DefaultColorScaleIsGrey->isChecked());
     m_dataCtrls->showImgBase0();
+    // A fresh peak list comes with a table of its points.
+    if (PeakTable::hasFreshPeaks(*data)) {
+        auto *table = new PeakTable(*data, this);
+        connect(table, &PeakTable::message, this, &Body::report);
+        table->show();
+    }
 }
 
 void Body::noticedFilteringLine(int line)

@@ -7,6 +7,7 @@
 
 class CalcCtrl;
 class CompositeCtrl;
+class CopyCtrl;
 class DataCtrls;
 class ImgBase;
 class TDDataWL;
@@ -29,6 +30,7 @@ public:
     _FileDialog *saveDialog() const { return m_saveDialog; }
     CalcCtrl *calcCtrl() const { return m_calcCtrl; }
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
+    CopyCtrl *copyCtrl() const { return m_copyCtrl; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -65,4 +67,5 @@ private:
     _FileDialog *m_saveDialog = nullptr;
     CalcCtrl *m_calcCtrl = nullptr;
     CompositeCtrl *m_compositeCtrl = nullptr;
+    CopyCtrl *m_copyCtrl = nullptr;
 };

@@ -34,6 +34,7 @@ TDDataWL *ComparePeaksF::compute(const QList<TDDataWL *> &targets, const TDDataW
     if (m_showOnImg && !s1) return nullptr;
 
     auto list = std::make_unique<Shape>(1, FindPeaksF::listName(m_maxima));
+    list->setFlag(PeakSearch::kFreshListFlag);
     for (const TDDataWL *t : targets) {
         QPoint at(0, 0);
         if (t) {

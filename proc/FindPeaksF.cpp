@@ -26,6 +26,7 @@ TDDataWL *FindPeaksF::compute(const TDDataWL *source, const QRect &rect) const
 {
     if (!source) return nullptr;
     auto list = std::make_unique<Shape>(1, listName(m_maxima));
+    list->setFlag(PeakSearch::kFreshListFlag);
     *list->points() = PeakSearch::findPeaks(*source, rect, m_exclusionR, m_num, m_maxima);
 
     std::unique_ptr<TDDataWL> result;

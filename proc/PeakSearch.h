@@ -26,6 +26,10 @@ public:
     static QList<QPointF> findPeaks(const TDData0 &record, const QRect &rect, double radius,
                                     qint64 count, bool maxima);
 
+    // Set on a list as the finders make it; a copied shape starts at 0 again, so only a
+    // result fresh from a finder shows its table.
+    static constexpr int kFreshListFlag = 1;
+
     static qsizetype listBound(const TDData0 &record, const QRect &rect);
     // rect clipped to the record, empty when they do not meet.
     static QRect clipped(const TDData0 &record, const QRect &rect);

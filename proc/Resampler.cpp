@@ -76,6 +76,14 @@ QString Resampler::sizeProblem(qint64 width, qint64 height)
     return QString();
 }
 
+QString Resampler::dataId(const QString &sourceId, int width, int height)
+{
+    return QCoreApplication::translate("Resampler", "%1: Rs(%2,%3)")
+        .arg(sourceId)
+        .arg(width)
+        .arg(height);
+}
+
 std::unique_ptr<TDDataWL> Resampler::resize(const TDDataWL &source, int width, int height,
                                             Method method)
 {

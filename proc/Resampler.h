@@ -22,6 +22,9 @@ public:
     // Empty when width x height can be made; otherwise why not, for a status line.
     static QString sizeProblem(qint64 width, qint64 height);
 
+    // "%1: Rs(W,H)".
+    static QString dataId(const QString &sourceId, int width, int height);
+
     // Null when sizeProblem() is not empty or the source is empty. The result is bare:
     // the caller names it and sets its level.
     static std::unique_ptr<TDDataWL> resize(const TDDataWL &source, int width, int height,

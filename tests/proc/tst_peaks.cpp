@@ -22,7 +22,8 @@ std::unique_ptr<TDDataWL> noisy(int w, int h, quint32 seed, int level = 0)
     QRandomGenerator g(seed);
     auto r = std::make_unique<TDDataWL>(w, h);
     for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) r->setValue(x, y, double(g.bounded(6)) - 2, g.bounded(5) != 0);
+        for (int x = 0; x < w; ++x)
+            r->setValue(x, y, double(g.bounded(6)) - 2, g.bounded(5) != 0);
     r->setLevel(level);
     r->setDataId(QStringLiteral("img"));
     return r;
@@ -41,8 +42,8 @@ QList<QPointF> bruteForce(const TDDataWL &r, const QRect &rect, double radius, i
                 if (!r.isValid(x, y)) continue;
                 bool excluded = false;
                 for (const QPointF &p : peaks)
-                    excluded |= (p.x() - x) * (p.x() - x) + (p.y() - y) * (p.y() - y) <
-                                radius * radius;
+                    excluded |=
+                        (p.x() - x) * (p.x() - x) + (p.y() - y) * (p.y() - y) < radius * radius;
                 if (!excluded && r.value(x, y) * s > best) {
                     best = r.value(x, y) * s;
                     at = QPointF(x, y);
@@ -85,13 +86,13 @@ void TestPeaks::findPeaksMatchesBruteForce_data()
     QTest::addColumn<bool>("maxima");
     const double nan = std::numeric_limits<double>::quiet_NaN();
     QTest::newRow("ties, R 2") << 23 << 17 << QRect(0, 0, 23, 17) << 2.0 << 40 << true;
-    QTest::newRow("exactly R apart: integer R") << 40 << 33 << QRect(0, 0, 40, 33) << 5.0 << 30
-                                                << true;
+    QTest::newRow("exactly R apart: integer R")
+        << 40 << 33 << QRect(0, 0, 40, 33) << 5.0 << 30 << true;
     QTest::newRow("R sqrt(8)") << 40 << 33 << QRect(0, 0, 40, 33) << std::sqrt(8.0) << 60 << true;
-    QTest::newRow("inclusive rectangle") << 70 << 45 << QRect(QPoint(3, 4), QPoint(61, 38)) << 3.5
-                                         << 80 << true;
-    QTest::newRow("wider than a tile") << 100 << 30 << QRect(QPoint(1, 2), QPoint(99, 29)) << 1.0
-                                       << 500 << true;
+    QTest::newRow("inclusive rectangle")
+        << 70 << 45 << QRect(QPoint(3, 4), QPoint(61, 38)) << 3.5 << 80 << true;
+    QTest::newRow("wider than a tile")
+        << 100 << 30 << QRect(QPoint(1, 2), QPoint(99, 29)) << 1.0 << 500 << true;
     QTest::newRow("R 0 repeats") << 9 << 8 << QRect(0, 0, 9, 8) << 0.0 << 12 << true;
     QTest::newRow("R negative") << 20 << 20 << QRect(0, 0, 20, 20) << -3.0 << 20 << true;
     QTest::newRow("R NaN") << 20 << 20 << QRect(0, 0, 20, 20) << nan << 5 << true;
@@ -148,7 +149,8 @@ void TestPeaks::findPeaksResult()
     QCOMPARE(*list->points(), bruteForce(*src, rect, 4.0, 6, maxima));
     QCOMPARE(r->level(), onImg ? 0 : 4);
     QSet<QPoint> peaks;
-    for (const QPointF &p : *list->points()) peaks << p.toPoint();
+    for (const QPointF &p : *list->points())
+        peaks << p.toPoint();
     for (int y = 0; y < src->height(); ++y)
         for (int x = 0; x < src->width(); ++x) {
             if (onImg) {
@@ -260,13 +262,12 @@ void TestPeaks::commandLine()
         return rc;
     };
     QString printed;
-    QCOMPARE(run({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30",
-                  "25", "--time", in, "-o", out},
+    QCOMPARE(run({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30", "25",
+                  "--time", in, "-o", out},
                  &printed),
              0);
     QString want;
-    for (const QPointF &p :
-         bruteForce(*src, QRect(QPoint(2, 3), QPoint(30, 25)), 6, 4, true))
+    for (const QPointF &p : bruteForce(*src, QRect(QPoint(2, 3), QPoint(30, 25)), 6, 4, true))
         want += QStringLiteral("%1 %2 %3\n")
                     .arg(int(p.x()))
                     .arg(int(p.y()))

@@ -85,8 +85,7 @@ int resize(const QStringList &args, QTextStream &out, QTextStream &err)
     if (!result) return o.usageError(err, QStringLiteral("%1 holds no pixel").arg(o.files()[0]));
     o.report(err);
     result->setLevel(source->level() + 1);
-    result->setDataId(
-        QStringLiteral("%1: Rs(%2,%3)").arg(source->dataId()).arg(size[0]).arg(size[1]));
+    result->setDataId(Resampler::dataId(source->dataId(), size[0], size[1]));
     return finish(*result, output, QStringLiteral("resize"), out, err);
 }
 
