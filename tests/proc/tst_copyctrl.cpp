@@ -1,3 +1,4 @@
+#include "Cli.h"
 #include "app/Body.h"
 #include "core/Shape.h"
 #include "core/TDDataWL.h"
@@ -107,6 +108,7 @@ private Q_SLOTS:
     void resizeMatchesDirectFormulas();
     void regionAndCuts();
     void panelInTheMainWindow();
+    void commandLine();
 };
 
 void TestCopyCtrl::resizeMatchesDirectFormulas_data()
@@ -267,6 +269,35 @@ void TestCopyCtrl::panelInTheMainWindow()
                                        QStringLiteral("_%1.zmp").arg(k, 3, 10, QLatin1Char('0')))));
         QCOMPARE(back.dataId(), QStringLiteral("src: PKs(+): Pk[%1]").arg(order[k]));
     }
+}
+
+void TestCopyCtrl::commandLine()
+{
+    QTemporaryDir dir;
+    const std::unique_ptr<TDDataWL> src(ramp(13, 9));
+    const QString in = dir.filePath(QStringLiteral("in.zmp"));
+    const QString out = dir.filePath(QStringLiteral("out.zmp"));
+    QVERIFY(src->save(in));
+    const auto run = [](const QStringList &args) {
+        QString o, e;
+        QTextStream os(&o), es(&e);
+        return Cli::run(args, os, es);
+    };
+    TDDataWL back(1, 1);
+    QCOMPARE(run({"copy", "--rect", "2", "1", "5", "3", "--time", in, "-o", out}), 0);
+    QVERIFY(back.load(out));
+    QCOMPARE(back.dataId(), QStringLiteral("src: Cp(2,1,5,3)"));
+    QCOMPARE(back.value(3, 2), src->value(5, 3));
+    QCOMPARE(run({"resize", "--size", "7", "17", "--method", "area", in, "-o", out}), 0);
+    QVERIFY(back.load(out));
+    const auto want = Resampler::resize(*src, 7, 17, Resampler::Area);
+    QCOMPARE(back.dataId(), QStringLiteral("src: Rs(7,17)"));
+    QCOMPARE(back.value(4, 9), want->value(4, 9));
+    QCOMPARE(back.validCount(), want->validCount());
+    QCOMPARE(run({"resize", "--size", "100000", "100000", in, "-o", out}), 2);
+    QCOMPARE(run({"resize", "--size", "0", "0", in, "-o", out}), 2);
+    QCOMPARE(run({"resize", "--size", "4", "4", "--method", "cubic", in, "-o", out}), 2);
+    QCOMPARE(run({"copy", "--rect", "50", "50", "60", "60", in, "-o", out}), 2);
 }
 
 QTEST_MAIN(TestCopyCtrl)
