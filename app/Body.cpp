@@ -12,6 +12,8 @@
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
 #include "relation/RelationDispCtrl.h"
+#include "proc/CopyCtrl.h"
+#include "proc/PeakTable.h"
 
 #include "ui_Body.h"
 
@@ -38,8 +40,7 @@ Body::Body(QWidget *parent)
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CopyFrame),
+         {static_cast<QWidget *>(m_ui->Filter), static_cast<QWidget *>(m_ui->LCFA),
           static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
 
@@ -55,6 +56,13 @@ Body::Body(QWidget *parent)
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_calcCtrl, &CalcCtrl::selsChanged);
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_compositeCtrl, &CompositeCtrl::selsChanged);
     connect(m_calcCtrl, &CalcCtrl::newDataGenerated, this, &Body::calculatedData);
+    m_copyCtrl = new CopyCtrl(m_dataCtrls, m_ui->CopyFrame);
+    m_ui->CopyLayout->addWidget(m_copyCtrl);
+    m_ui->CopyFrame->setVisible(m_ui->Copy->isChecked());
+    connect(m_ui->Copy, &QPushButton::toggled, m_ui->CopyFrame, &QWidget::setVisible);
+    connect(m_dataCtrls, &DataCtrls::selsChanged, m_copyCtrl, &CopyCtrl::selsChanged);
+    connect(m_copyCtrl, &CopyCtrl::newDataGenerated, this, &Body::calculatedData);
+    connect(m_copyCtrl, &CopyCtrl::message, this, &Body::report);
 
     // The relation map opens in a window of its own from a button beside the panels.
     m_relation = new RelationDispCtrl(m_dataCtrls, this);
@@ -168,6 +176,12 @@ void Body::calculatedData(TDDataWL *data)
         report(tr("%1 has no valid pixel (check the regions and the formula)").arg(data->dataId()));
     m_dataCtrls->addData(data, m_ui->DefaultColorScaleIsGrey->isChecked());
     m_dataCtrls->showImgBase0();
+    // A fresh peak list comes with a table of its points.
+    if (PeakTable::hasFreshPeaks(*data)) {
+        auto *table = new PeakTable(*data, this);
+        connect(table, &PeakTable::message, this, &Body::report);
+        table->show();
+    }
 }
 
 void Body::noticedFilteringLine(int line)

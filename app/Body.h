@@ -7,6 +7,7 @@
 
 class CalcCtrl;
 class CompositeCtrl;
+class CopyCtrl;
 class DataCtrls;
 class ImgBase;
 class RelationDispCtrl;
@@ -31,6 +32,7 @@ public:
     CalcCtrl *calcCtrl() const { return m_calcCtrl; }
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
     RelationDispCtrl *relationDispCtrl() const { return m_relation; }
+    CopyCtrl *copyCtrl() const { return m_copyCtrl; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -68,4 +70,5 @@ private:
     CalcCtrl *m_calcCtrl = nullptr;
     CompositeCtrl *m_compositeCtrl = nullptr;
     RelationDispCtrl *m_relation = nullptr;
+    CopyCtrl *m_copyCtrl = nullptr;
 };

@@ -7,6 +7,7 @@
 #include "display/ColorBar.h"
 #include "display/DispA.h"
 #include "display/ImgDisp.h"
+#include "display/PeakMarkers.h"
 
 #include "ui_DataCtrl.h"
 
@@ -150,6 +151,7 @@ void DataCtrl::draw(QPainter *p)
     const ChCoord *coord = m_disp->coord();
     if (const QImage *image = m_record->image())
         coord->drawImage(p, *image, QRectF(0, 0, m_record->width(), m_record->height()));
+    PeakMarkers::draw(p, *coord, *m_record);
 
     // A region set on the record elsewhere (a copy, a filter) shows while none is drawn.
     if (m_record->isRegionSet() && m_disp->regionState() == ImgDisp::NoRegion) {

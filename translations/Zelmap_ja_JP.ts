@@ -484,4 +484,214 @@ Standard deviation: %12</source>
             <translation>色最大範囲</translation>
         </message>
     </context>
+    <context>
+        <name>ComparePeaksF</name>
+        <message>
+            <source>CPKs(%2)</source>
+            <translation>CPKs(%2)</translation>
+        </message>
+    </context>
+    <context>
+        <name>CopyCtrl</name>
+        <message>
+            <source>Copy</source>
+            <translation>コピー</translation>
+        </message>
+        <message>
+            <source>Region</source>
+            <translation>領域</translation>
+        </message>
+        <message>
+            <source>Target: S1 (its drawn region)</source>
+            <translation>対象: S1（描いた領域）</translation>
+        </message>
+        <message>
+            <source>Resize</source>
+            <translation>リサイズ</translation>
+        </message>
+        <message>
+            <source>Size</source>
+            <translation>サイズ</translation>
+        </message>
+        <message>
+            <source>x</source>
+            <translation>x</translation>
+        </message>
+        <message>
+            <source>Factor</source>
+            <translation>倍率</translation>
+        </message>
+        <message>
+            <source>Nearest</source>
+            <translation>最近傍</translation>
+        </message>
+        <message>
+            <source>Bilinear</source>
+            <translation>双線形</translation>
+        </message>
+        <message>
+            <source>Area mean</source>
+            <translation>面積平均</translation>
+        </message>
+        <message>
+            <source>Around Peaks</source>
+            <translation>ピーク周辺</translation>
+        </message>
+        <message>
+            <source>Cut</source>
+            <translation>切出し</translation>
+        </message>
+        <message>
+            <source>As found</source>
+            <translation>検出順</translation>
+        </message>
+        <message>
+            <source>By x, then y</source>
+            <translation>x 順、次に y 順</translation>
+        </message>
+        <message>
+            <source>By y, then x</source>
+            <translation>y 順、次に x 順</translation>
+        </message>
+        <message>
+            <source>By value (descending)</source>
+            <translation>値の降順</translation>
+        </message>
+        <message>
+            <source>Save...</source>
+            <translation>保存...</translation>
+        </message>
+        <message>
+            <source>Draw a region on S1 first.</source>
+            <translation>先に S1 に領域を描いてください。</translation>
+        </message>
+        <message>
+            <source>The region lies outside S1.</source>
+            <translation>領域が S1 の外にあります。</translation>
+        </message>
+        <message>
+            <source>S1 has no peak list.</source>
+            <translation>S1 にピークリストがありません。</translation>
+        </message>
+        <message>
+            <source>S1&apos;s peak list has %1 points; at most %2 cuts are made at a time.</source>
+            <translation>S1 のピークリストには %1 点あります。一度に切り出せるのは %2 個までです。</translation>
+        </message>
+        <message>
+            <source>%1 cuts of %2 x %3 exceed the limit of %4 pixels.</source>
+            <translation>%2 x %3 の切出し %1 個は上限の %4 ピクセルを超えます。</translation>
+        </message>
+        <message>
+            <source>No folder %1</source>
+            <translation>フォルダ %1 がありません</translation>
+        </message>
+        <message>
+            <source>Cannot write %1</source>
+            <translation>%1 に書き込めません</translation>
+        </message>
+        <message numerus="yes">
+            <source>Saved %n cut(s) in %1</source>
+            <translation>
+                <numerusform>%1 に %n 個の切出しを保存しました</numerusform>
+            </translation>
+        </message>
+        <message>
+            <source>Save the cuts into</source>
+            <translation>切出しの保存先</translation>
+        </message>
+    </context>
+    <context>
+        <name>FindPeaksF</name>
+        <message>
+            <source>Peaks(%1)</source>
+            <translation>Peaks(%1)</translation>
+        </message>
+        <message>
+            <source>%1: PKs(%2)</source>
+            <translation>%1: PKs(%2)</translation>
+        </message>
+    </context>
+    <context>
+        <name>PeakTable</name>
+        <message>
+            <source>Peaks</source>
+            <translation>ピーク</translation>
+        </message>
+        <message>
+            <source>No.</source>
+            <translation>番号</translation>
+        </message>
+        <message>
+            <source>x</source>
+            <translation>x</translation>
+        </message>
+        <message>
+            <source>y</source>
+            <translation>y</translation>
+        </message>
+        <message>
+            <source>Value</source>
+            <translation>値</translation>
+        </message>
+        <message>
+            <source>Copy</source>
+            <translation>コピー</translation>
+        </message>
+        <message>
+            <source>Save CSV...</source>
+            <translation>CSV 保存...</translation>
+        </message>
+        <message>
+            <source>Peaks of %1</source>
+            <translation>%1 のピーク</translation>
+        </message>
+        <message numerus="yes">
+            <source>Copied %n peak(s)</source>
+            <translation>
+                <numerusform>%n 個のピークをコピーしました</numerusform>
+            </translation>
+        </message>
+        <message>
+            <source>Saved %1</source>
+            <translation>%1 を保存しました</translation>
+        </message>
+        <message>
+            <source>Cannot write %1</source>
+            <translation>%1 に書き込めません</translation>
+        </message>
+        <message>
+            <source>Save CSV</source>
+            <translation>CSV 保存</translation>
+        </message>
+        <message>
+            <source>CSV File (*.csv)</source>
+            <translation>CSV ファイル (*.csv)</translation>
+        </message>
+    </context>
+    <context>
+        <name>RecordCopy</name>
+        <message>
+            <source>%1: Cp(%2,%3,%4,%5)</source>
+            <translation>%1: Cp(%2,%3,%4,%5)</translation>
+        </message>
+        <message>
+            <source>%1: Pk[%2]</source>
+            <translation>%1: Pk[%2]</translation>
+        </message>
+    </context>
+    <context>
+        <name>Resampler</name>
+        <message>
+            <source>The size %1 x %2 holds no pixel.</source>
+            <translation>サイズ %1 x %2 にはピクセルがありません。</translation>
+        </message>
+        <message>
+            <source>The size %1 x %2 exceeds the limit of %3 pixels.</source>
+            <translation>サイズ %1 x %2 は上限の %3 ピクセルを超えます。</translation>
+        </message>
+        <message>
+            <source>%1: Rs(%2,%3)</source>
+            <translation>%1: Rs(%2,%3)</translation>
+        </message>
+    </context>
 </TS>

@@ -28,6 +28,10 @@ const QList<CliCommand> &commands()
          "relation [--kernel-hw H] [--boundary B] [--color-range R] [--time] S1 S2 -o HIST.zmp "
          "[--png MAP.png] [--sector ANGLE_DEG WIDTH_DEG | --square X0 Y0 X1 Y1] [--mask OUT.zmp]",
          "the relation map of S1 against S2 (200 x 200) and the mask of a selection", &relation},
+        {"copy", "copy --rect L T R B [--time] FILE -o OUT.zmp",
+         "the inclusive rectangle of FILE as a record of its own", &copy},
+        {"resize", "resize --size W H [--method nearest|linear|area] [--time] FILE -o OUT.zmp",
+         "FILE resampled to W x H (bilinear by default)", &resize},
     };
     return list;
 }

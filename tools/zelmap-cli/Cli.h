@@ -41,5 +41,9 @@ int demo(const QStringList &args, QTextStream &out, QTextStream &err);
 int calc(const QStringList &args, QTextStream &out, QTextStream &err);
 int filter(const QStringList &args, QTextStream &out, QTextStream &err);
 int relation(const QStringList &args, QTextStream &out, QTextStream &err);
+int filterPeaks(const QStringList &args, QTextStream &out, QTextStream &err);
+int filterComparePeaks(const QStringList &args, QTextStream &out, QTextStream &err);
+int copy(const QStringList &args, QTextStream &out, QTextStream &err);
+int resize(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli

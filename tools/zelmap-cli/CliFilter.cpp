@@ -13,6 +13,8 @@ struct FilterCommand
 
 // Each filter adds its line here.
 const FilterCommand kFilters[] = {
+    {"peaks", &filterPeaks},
+    {"compare-peaks", &filterComparePeaks},
     {nullptr, nullptr},
 };
 

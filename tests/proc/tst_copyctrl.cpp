@@ -1,0 +1,304 @@
+#include "Cli.h"
+#include "app/Body.h"
+#include "core/Shape.h"
+#include "core/TDDataWL.h"
+#include "data/DataCtrl.h"
+#include "data/DataCtrls.h"
+#include "display/ChCoord.h"
+#include "display/ColorBar0.h"
+#include "display/DispA.h"
+#include "display/ImgDisp.h"
+#include "proc/CopyCtrl.h"
+#include "proc/FindPeaksF.h"
+#include "proc/PeakTable.h"
+#include "proc/RecordCopy.h"
+#include "proc/Resampler.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QComboBox>
+#include <QDir>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+#include <memory>
+
+namespace {
+
+template <typename T> T *child(QWidget *w, const char *name)
+{
+    T *found = w->findChild<T *>(QString::fromLatin1(name));
+    if (!found) qFatal("no widget %s", name);
+    return found;
+}
+
+void setText(QLineEdit *edit, const QString &text)
+{
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+// value 1 + x + 10 y; the pixels with (x + 2 y) % 7 == 3 invalid.
+TDDataWL *ramp(int w, int h, const QString &id = QStringLiteral("src"))
+{
+    auto *r = new TDDataWL(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            r->setValue(x, y, 1.0 + x + 10.0 * y, (x + 2 * y) % 7 != 3);
+    r->setDataId(id);
+    r->setLevel(2);
+    return r;
+}
+
+// The resampling written out per output pixel in two dimensions.
+void direct(const TDDataWL &s, int ow, int oh, int method, int ox, int oy, double *v, bool *ok)
+{
+    const double kx = double(s.width()) / ow, ky = double(s.height()) / oh;
+    double sum = 0, weight = 0;
+    bool bad = false;
+    const auto take = [&](int x, int y, double w) {
+        if (w <= 0) return;
+        if (s.isValid(x, y)) {
+            sum += w * s.value(x, y);
+            weight += w;
+        } else {
+            bad = true;
+        }
+    };
+    if (method == Resampler::Nearest) {
+        take(std::min(s.width() - 1, int((ox + 0.5) * kx)),
+             std::min(s.height() - 1, int((oy + 0.5) * ky)), 1.0);
+    } else if (method == Resampler::Linear) {
+        const double sx = std::clamp((ox + 0.5) * kx - 0.5, 0.0, s.width() - 1.0);
+        const double sy = std::clamp((oy + 0.5) * ky - 0.5, 0.0, s.height() - 1.0);
+        const int x0 = int(sx), y0 = int(sy);
+        const int x1 = std::min(x0 + 1, s.width() - 1), y1 = std::min(y0 + 1, s.height() - 1);
+        const double fx = sx - x0, fy = sy - y0;
+        take(x0, y0, (1 - fx) * (1 - fy));
+        if (x1 != x0) take(x1, y0, fx * (1 - fy));
+        if (y1 != y0) take(x0, y1, (1 - fx) * fy);
+        if (x1 != x0 && y1 != y0) take(x1, y1, fx * fy);
+    } else {
+        for (int y = 0; y < s.height(); ++y)
+            for (int x = 0; x < s.width(); ++x) {
+                const double wx = std::min(x + 1.0, (ox + 1) * kx) - std::max(double(x), ox * kx);
+                const double wy = std::min(y + 1.0, (oy + 1) * ky) - std::max(double(y), oy * ky);
+                if (wx > 0 && wy > 0) take(x, y, wx * wy);
+            }
+    }
+    *ok = method == Resampler::Area ? weight > 0 : !bad;
+    *v = *ok ? (method == Resampler::Area ? sum / weight : sum) : 0.0;
+}
+
+} // namespace
+
+class TestCopyCtrl : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { qRegisterMetaType<TDDataWL *>(); }
+    void resizeMatchesDirectFormulas_data();
+    void resizeMatchesDirectFormulas();
+    void regionAndCuts();
+    void panelInTheMainWindow();
+    void commandLine();
+};
+
+void TestCopyCtrl::resizeMatchesDirectFormulas_data()
+{
+    QTest::addColumn<int>("method");
+    QTest::addColumn<int>("ow");
+    QTest::addColumn<int>("oh");
+    for (int m : {0, 1, 2}) {
+        const QByteArray name = QByteArrayList{"nearest", "linear", "area"}[m];
+        QTest::newRow(name + " down") << m << 5 << 4;
+        QTest::newRow(name + " up") << m << 31 << 23;
+        QTest::newRow(name + " mixed") << m << 7 << 17;
+        QTest::newRow(name + " to 1 x 1") << m << 1 << 1;
+    }
+}
+
+void TestCopyCtrl::resizeMatchesDirectFormulas()
+{
+    QFETCH(int, method);
+    QFETCH(int, ow);
+    QFETCH(int, oh);
+    const std::unique_ptr<TDDataWL> src(ramp(13, 9));
+    const auto out = Resampler::resize(*src, ow, oh, Resampler::Method(method));
+    QVERIFY(out);
+    QCOMPARE(out->width(), ow);
+    for (int y = 0; y < oh; ++y)
+        for (int x = 0; x < ow; ++x) {
+            double v;
+            bool ok;
+            direct(*src, ow, oh, method, x, y, &v, &ok);
+            QCOMPARE(out->isValid(x, y), ok);
+            QVERIFY2(
+                std::abs(out->value(x, y) - v) < 1e-9,
+                qPrintable(
+                    QStringLiteral("%1 %2: %3 vs %4").arg(x).arg(y).arg(out->value(x, y)).arg(v)));
+        }
+    QVERIFY(Resampler::sizeProblem(0, 0).contains(QStringLiteral("no pixel")));
+    QVERIFY(!Resampler::sizeProblem(100000, 100000).isEmpty());
+    QVERIFY(!Resampler::resize(*src, 100000, 100000, Resampler::Area));
+}
+
+void TestCopyCtrl::regionAndCuts()
+{
+    const std::unique_ptr<TDDataWL> src(ramp(12, 10));
+    const auto part = RecordCopy::region(*src, QRect(QPoint(3, 2), QPoint(40, 4)));
+    QCOMPARE(part->dataId(), QStringLiteral("src: Cp(3,2,11,4)"));
+    QCOMPARE(part->level(), 3);
+    QCOMPARE(part->width(), 9);
+    QCOMPARE(part->value(0, 0), src->value(3, 2));
+    QCOMPARE(part->isValid(1, 1), src->isValid(4, 3));
+    QVERIFY(!RecordCopy::region(*src, QRect(20, 20, 3, 3)));
+
+    // Cuts larger than the image and past its edges: outside is invalid, the size stays.
+    const QList<QPointF> points = {{1, 1}, {11, 0}, {5, 9}, {5, 2}};
+    const auto cuts = RecordCopy::aroundPoints(*src, points, 15, 4);
+    QCOMPARE(cuts.size(), size_t(4));
+    for (size_t n = 0; n < cuts.size(); ++n) {
+        const TDDataWL &cut = *cuts[n];
+        QCOMPARE(cut.dataId(), QStringLiteral("src: Pk[%1]").arg(n));
+        QCOMPARE(cut.width(), 15);
+        QCOMPARE(cut.height(), 4);
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 15; ++x) {
+                const int sx = int(points[n].x()) - 7 + x, sy = int(points[n].y()) - 2 + y;
+                const bool inside = sx >= 0 && sy >= 0 && sx < 12 && sy < 10;
+                QCOMPARE(cut.isValid(x, y), inside && src->isValid(sx, sy));
+                if (inside) QCOMPARE(cut.value(x, y), src->value(sx, sy));
+            }
+    }
+    QCOMPARE(RecordCopy::saveOrder(*src, points, RecordCopy::AsFound), QList<int>({0, 1, 2, 3}));
+    QCOMPARE(RecordCopy::saveOrder(*src, points, RecordCopy::ByXThenY), QList<int>({0, 3, 2, 1}));
+    QCOMPARE(RecordCopy::saveOrder(*src, points, RecordCopy::ByYThenX), QList<int>({1, 0, 3, 2}));
+    QCOMPARE(RecordCopy::saveOrder(*src, points, RecordCopy::ByValueDescending),
+             QList<int>({2, 3, 0, 1}));
+}
+
+void TestCopyCtrl::panelInTheMainWindow()
+{
+    Body body;
+    body.show();
+    auto *frame = child<QWidget>(&body, "CopyFrame");
+    QVERIFY(!frame->isVisible());
+    QTest::mouseClick(child<QPushButton>(&body, "Copy"), Qt::LeftButton);
+    QVERIFY(frame->isVisible());
+    DataCtrls *list = body.dataCtrls();
+
+    // A peak result arrives with its table and its markers.
+    std::unique_ptr<TDDataWL> src(ramp(40, 30));
+    const FindPeaksF finder(10.0, 3, true, true);
+    body.calculatedData(finder.compute(src.get(), QRect(0, 0, 40, 30)));
+    PeakTable *table = body.findChild<PeakTable *>();
+    QVERIFY(table);
+    QTest::mouseClick(child<QPushButton>(table, "CopyB"), Qt::LeftButton);
+    const QStringList lines = QApplication::clipboard()->text().split(QLatin1Char('\n'));
+    QCOMPARE(lines.at(1), QStringLiteral("0\t39\t29\t%1").arg(src->value(39, 29), 0, 'g', 17));
+    QTemporaryDir dir;
+    QVERIFY(table->saveCsv(dir.filePath(QStringLiteral("p.csv"))));
+    QFile csv(dir.filePath(QStringLiteral("p.csv")));
+    QVERIFY(csv.open(QIODevice::ReadOnly));
+    QVERIFY(csv.readAll().startsWith("n,x,y,value\n0,39,29,"));
+    QVERIFY(!table->saveCsv(dir.filePath(QStringLiteral("no/such/p.csv"))));
+
+    DataCtrl *entry = list->at(0);
+    ImgDisp *disp = entry->display();
+    disp->resize(500, 400);
+    const QImage shot = disp->grab().toImage();
+    const auto screen = [&](double x, double y) {
+        return disp->canvas()->mapTo(
+            disp,
+            QPointF(disp->coord()->dataToScreenX(x), disp->coord()->dataToScreenY(y)).toPoint());
+    };
+    // The dot of the list's colour sits on the peak pixel; a pixel far off shows the picture.
+    QCOMPARE(QColor(shot.pixel(screen(39.5, 29.5))), ColorBar0::paletteColor(1));
+    QCOMPARE(QColor(shot.pixel(screen(20.5, 15.5))),
+             QColor(entry->record()->image()->pixel(20, 15)));
+
+    // Region, resize and cuts of S1 through the panel's buttons.
+    body.calculatedData(ramp(12, 10));
+    QTest::mouseClick(list->at(1)->s1Button(), Qt::LeftButton);
+    QTest::mouseClick(child<QPushButton>(&body, "CopyRegionB"), Qt::LeftButton);
+    QCOMPARE(list->count(), 2);
+    QVERIFY(body.statusBar()->currentMessage().contains(QStringLiteral("region")));
+    list->record(1)->setRegion(QRect(QPoint(2, 1), QPoint(5, 3)));
+    QTest::mouseClick(child<QPushButton>(&body, "CopyRegionB"), Qt::LeftButton);
+    QCOMPARE(list->count(), 3);
+    QCOMPARE(list->record(2)->dataId(), QStringLiteral("src: Cp(2,1,5,3)"));
+
+    setText(child<QLineEdit>(&body, "ResizeW"), QStringLiteral("100000"));
+    setText(child<QLineEdit>(&body, "ResizeH"), QStringLiteral("100000"));
+    QTest::mouseClick(child<QPushButton>(&body, "ResizeB"), Qt::LeftButton);
+    QCOMPARE(list->count(), 3);
+    QVERIFY(body.statusBar()->currentMessage().contains(QStringLiteral("limit")));
+    QTest::mouseClick(child<QRadioButton>(&body, "ResizeByFactor"), Qt::LeftButton);
+    setText(child<QLineEdit>(&body, "ResizeFactor"), QStringLiteral("0.5"));
+    child<QComboBox>(&body, "ResizeMethod")->setCurrentIndex(Resampler::Area);
+    QTest::mouseClick(child<QPushButton>(&body, "ResizeB"), Qt::LeftButton);
+    QCOMPARE(list->count(), 4);
+    QCOMPARE(list->record(3)->dataId(), QStringLiteral("src: Rs(6,5)"));
+    QCOMPARE(list->record(3)->level(), 3);
+
+    QTest::mouseClick(child<QPushButton>(&body, "AroundPeaksB"), Qt::LeftButton);
+    QVERIFY(body.statusBar()->currentMessage().contains(QStringLiteral("no peak list")));
+    QTest::mouseClick(list->at(0)->s1Button(), Qt::LeftButton);
+    setText(child<QLineEdit>(&body, "CutW"), QStringLiteral("5"));
+    setText(child<QLineEdit>(&body, "CutH"), QStringLiteral("3"));
+    child<QComboBox>(&body, "SaveOrder")->setCurrentIndex(RecordCopy::ByXThenY);
+    QTest::mouseClick(child<QPushButton>(&body, "AroundPeaksB"), Qt::LeftButton);
+    QCOMPARE(list->count(), 7);
+    const QList<QPointF> peaks = *RecordCopy::lastPeakList(*list->record(0))->points();
+    const QList<int> order = RecordCopy::saveOrder(*list->record(0), peaks, RecordCopy::ByXThenY);
+    for (int k = 0; k < 3; ++k)
+        QCOMPARE(list->record(4 + k)->dataId(),
+                 QStringLiteral("src: PKs(+): Pk[%1]").arg(order[k]));
+    QCOMPARE(body.copyCtrl()->saveCuts(dir.path()), 3);
+    for (int k = 0; k < 3; ++k) {
+        TDDataWL back(1, 1);
+        QVERIFY(back.load(dir.filePath(list->record(0)->fileSafeId() +
+                                       QStringLiteral("_%1.zmp").arg(k, 3, 10, QLatin1Char('0')))));
+        QCOMPARE(back.dataId(), QStringLiteral("src: PKs(+): Pk[%1]").arg(order[k]));
+    }
+}
+
+void TestCopyCtrl::commandLine()
+{
+    QTemporaryDir dir;
+    const std::unique_ptr<TDDataWL> src(ramp(13, 9));
+    const QString in = dir.filePath(QStringLiteral("in.zmp"));
+    const QString out = dir.filePath(QStringLiteral("out.zmp"));
+    QVERIFY(src->save(in));
+    const auto run = [](const QStringList &args) {
+        QString o, e;
+        QTextStream os(&o), es(&e);
+        return Cli::run(args, os, es);
+    };
+    TDDataWL back(1, 1);
+    QCOMPARE(run({"copy", "--rect", "2", "1", "5", "3", "--time", in, "-o", out}), 0);
+    QVERIFY(back.load(out));
+    QCOMPARE(back.dataId(), QStringLiteral("src: Cp(2,1,5,3)"));
+    QCOMPARE(back.value(3, 2), src->value(5, 3));
+    QCOMPARE(run({"resize", "--size", "7", "17", "--method", "area", in, "-o", out}), 0);
+    QVERIFY(back.load(out));
+    const auto want = Resampler::resize(*src, 7, 17, Resampler::Area);
+    QCOMPARE(back.dataId(), QStringLiteral("src: Rs(7,17)"));
+    QCOMPARE(back.value(4, 9), want->value(4, 9));
+    QCOMPARE(back.validCount(), want->validCount());
+    QCOMPARE(run({"resize", "--size", "100000", "100000", in, "-o", out}), 2);
+    QCOMPARE(run({"resize", "--size", "0", "0", in, "-o", out}), 2);
+    QCOMPARE(run({"resize", "--size", "4", "4", "--method", "cubic", in, "-o", out}), 2);
+    QCOMPARE(run({"copy", "--rect", "50", "50", "60", "60", in, "-o", out}), 2);
+}
+
+QTEST_MAIN(TestCopyCtrl)
+#include "tst_copyctrl.moc"
