@@ -24,6 +24,12 @@ const QList<CliCommand> &commands()
         {"filter", "filter NAME [OPTIONS] [--time] FILE -o OUT.zmp",
          "the filter panel's filters; NAME is one of the list in zelmap-cli filter --help",
          &filter},
+        {"lcf",
+         "lcf --ref FILE[@dE]... [--victreen] [--energies E1,E2,...] [--fit nonneg|free|sum1] "
+         "[--offset] [--time] STACK... -o DIR",
+         "per-pixel linear combination fit of mu images (energies from the names, e.g. "
+         "mu_7112eV.zmp) against reference spectra",
+         &lcf},
     };
     return list;
 }

@@ -40,5 +40,6 @@ int render(const QStringList &args, QTextStream &out, QTextStream &err);
 int demo(const QStringList &args, QTextStream &out, QTextStream &err);
 int calc(const QStringList &args, QTextStream &out, QTextStream &err);
 int filter(const QStringList &args, QTextStream &out, QTextStream &err);
+int lcf(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
