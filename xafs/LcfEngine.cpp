@@ -39,36 +39,73 @@ struct Job
     bool cancelled() const { return cancel && cancel->load(std::memory_order_relaxed); }
 };
 
-void fitBlock(Job &job, qsizetype start, int len, std::vector<double> &acc, std::vector<double> &mu,
+// Adds each image's block into A^T mu and mu^T mu, streaming every image contiguously.
+// N > 0 fixes the number of unknowns at compile time, so one pass over the block updates
+// them all; N = 0 reads it from the model. Values are summed whether valid or finite or
+// not, so the loops vectorise: a flag clears ok, and a NaN or infinity shows in muMu.
+template <int N>
+void accumulate(const Job &job, qsizetype start, int len, double *acc, double *muMu, quint8 *ok)
+{
+    const LcfModel &model = *job.model;
+    const int n = N > 0 ? N : model.unknownCount();
+    const int k = model.energyCount();
+    constexpr int B = LcfEngine::kBlock;
+    for (int e = 0; e < k; ++e) {
+        const double *v = job.values[size_t(e)] + start;
+        const quint8 *f = job.flags[size_t(e)] + start;
+        for (int p = 0; p < len; ++p)
+            ok[p] &= f[p];
+        double a[Nnls::kMaxUnknowns];
+        for (int j = 0; j < n; ++j)
+            a[j] = model.design(e, j);
+        if constexpr (N > 0) {
+            for (int p = 0; p < len; ++p) {
+                const double x = v[p];
+                muMu[p] += x * x;
+                for (int j = 0; j < N; ++j)
+                    acc[j * B + p] += a[j] * x;
+            }
+        } else {
+            for (int p = 0; p < len; ++p)
+                muMu[p] += v[p] * v[p];
+            for (int j = 0; j < n; ++j)
+                for (int p = 0; p < len; ++p)
+                    acc[j * B + p] += a[j] * v[p];
+        }
+    }
+}
+
+void fitBlock(Job &job, qsizetype start, int len, std::vector<double> &acc,
               std::vector<double> &muMu, std::vector<quint8> &ok, qsizetype *activeSet)
 {
     const LcfModel &model = *job.model;
     const int n = model.unknownCount();
     const int r = model.referenceCount();
-    const int k = model.energyCount();
     std::fill_n(acc.begin(), size_t(n) * LcfEngine::kBlock, 0.0);
     std::fill_n(muMu.begin(), len, 0.0);
     std::fill_n(ok.begin(), len, quint8(1));
-    for (int e = 0; e < k; ++e) {
-        const double *v = job.values[size_t(e)] + start;
-        const quint8 *f = job.flags[size_t(e)] + start;
-        double *m = mu.data();
-        double *mm = muMu.data();
-        quint8 *o = ok.data();
-        for (int p = 0; p < len; ++p) {
-            const double x = v[p];
-            const bool good = f[p] != 0 && std::fabs(x) <= DBL_MAX;
-            o[p] &= quint8(good);
-            const double g = good ? x : 0.0;
-            m[p] = g;
-            mm[p] += g * g;
-        }
-        for (int j = 0; j < n; ++j) {
-            const double a = model.design(e, j);
-            double *aj = acc.data() + size_t(j) * LcfEngine::kBlock;
-            for (int p = 0; p < len; ++p)
-                aj[p] += a * m[p];
-        }
+    switch (n) {
+    case 1:
+        accumulate<1>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    case 2:
+        accumulate<2>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    case 3:
+        accumulate<3>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    case 4:
+        accumulate<4>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    case 5:
+        accumulate<5>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    case 6:
+        accumulate<6>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
+    default:
+        accumulate<0>(job, start, len, acc.data(), muMu.data(), ok.data());
+        break;
     }
 
     const Outputs &out = job.out;
@@ -76,7 +113,8 @@ void fitBlock(Job &job, qsizetype start, int len, std::vector<double> &acc, std:
     double x[Nnls::kMaxUnknowns];
     for (int p = 0; p < len; ++p) {
         const qsizetype i = start + p;
-        if (!ok[size_t(p)]) {
+        // A non-finite mu, or one so large that its square overflows, makes muMu so.
+        if (!ok[size_t(p)] || !(std::fabs(muMu[size_t(p)]) <= DBL_MAX)) {
             for (int j = 0; j < r; ++j) {
                 out.weights[size_t(j)][i] = out.fractions[size_t(j)][i] = 0.0;
                 out.weightsValid[size_t(j)][i] = out.fractionsValid[size_t(j)][i] = 0;
@@ -115,7 +153,7 @@ void work(Job &job, const std::function<void(qsizetype, qsizetype)> *progress)
 {
     const int n = job.model->unknownCount();
     std::vector<double> acc(size_t(n) * LcfEngine::kBlock);
-    std::vector<double> mu(LcfEngine::kBlock), muMu(LcfEngine::kBlock);
+    std::vector<double> muMu(LcfEngine::kBlock);
     std::vector<quint8> ok(LcfEngine::kBlock);
     qsizetype activeSet = 0;
     const qsizetype chunkPixels = qsizetype(kBlocksPerChunk) * LcfEngine::kBlock;
@@ -126,8 +164,8 @@ void work(Job &job, const std::function<void(qsizetype, qsizetype)> *progress)
         const qsizetype begin = c * chunkPixels;
         const qsizetype end = std::min(job.pixels, begin + chunkPixels);
         for (qsizetype s = begin; s < end; s += LcfEngine::kBlock)
-            fitBlock(job, s, int(std::min<qsizetype>(LcfEngine::kBlock, end - s)), acc, mu, muMu,
-                     ok, &activeSet);
+            fitBlock(job, s, int(std::min<qsizetype>(LcfEngine::kBlock, end - s)), acc, muMu, ok,
+                     &activeSet);
         const qsizetype done = job.donePixels.fetch_add(end - begin) + (end - begin);
         if (progress && *progress) (*progress)(done, job.pixels);
     }

@@ -137,8 +137,43 @@ int Nnls::solve(const double *b, double *x) const
         for (int i = 0; i < m_n; ++i)
             feasible = feasible && (!m_constrained[size_t(i)] || x[i] >= 0.0);
         if (feasible) return 0;
+        if (guessFromSigns(b, x)) return 1;
     }
     return activeSet(b, x);
+}
+
+bool Nnls::guessFromSigns(const double *b, double *x) const
+{
+    // Most infeasible pixels lack just the references that came out negative: hold those
+    // at zero, solve once and keep the answer when it meets the optimality conditions.
+    std::array<bool, kMax> passive{};
+    std::array<bool, kMax> dropped{};
+    std::array<double, kMax> trial{};
+    for (int i = 0; i < m_n; ++i)
+        passive[size_t(i)] = !m_constrained[size_t(i)] || x[i] > 0.0;
+    if (!solveSubset(passive.data(), b, trial.data(), dropped.data())) return false;
+    double lambda = 0.0;
+    int passiveConstrained = 0;
+    std::array<double, kMax> g{};
+    double scale = 0.0;
+    for (int i = 0; i < m_n; ++i) {
+        if (dropped[size_t(i)]) return false;
+        if (m_constrained[size_t(i)] && passive[size_t(i)] && trial[size_t(i)] < 0.0) return false;
+        double s = -b[i];
+        for (int j = 0; j < m_n; ++j)
+            s += m_gram[size_t(i) * size_t(m_n) + size_t(j)] * trial[size_t(j)];
+        g[size_t(i)] = s;
+        scale = std::max(scale, std::fabs(b[i]));
+        if (m_sumToOne && m_constrained[size_t(i)] && passive[size_t(i)]) {
+            lambda -= s;
+            ++passiveConstrained;
+        }
+    }
+    if (passiveConstrained > 0) lambda /= passiveConstrained;
+    for (int i = 0; i < m_n; ++i)
+        if (!passive[size_t(i)] && g[size_t(i)] + lambda < -1e-12 * scale) return false;
+    std::copy_n(trial.begin(), m_n, x);
+    return true;
 }
 
 bool Nnls::solveSubset(const bool *passive, const double *b, double *x, bool *dropped) const

@@ -37,6 +37,9 @@ private:
     // Unknowns that turn out to depend on earlier passive ones are left 0 and reported
     // in *dropped. False when the sum constraint cannot be met on this subset.
     bool solveSubset(const bool *passive, const double *b, double *x, bool *dropped) const;
+    // One solve with the unknowns that came out negative held at zero; false when that
+    // is not the constrained minimiser.
+    bool guessFromSigns(const double *b, double *x) const;
     int activeSet(const double *b, double *x) const;
 
     int m_n = 0;
