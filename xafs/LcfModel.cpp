@@ -22,6 +22,10 @@ LcfModel::Reference LcfModel::fromSpectrum(const XafsSpectrum &spectrum, uint32_
     r.curve = [fresh](double e) { return fresh->doubleNormalizedPreBase(e); };
     r.dE = dE;
     r.e0 = fresh->e0();
+    if (!fresh->isEmpty()) {
+        r.minE = fresh->x(0);
+        r.maxE = fresh->x(fresh->size() - 1);
+    }
     return r;
 }
 
@@ -41,6 +45,7 @@ bool LcfModel::build(const QList<double> &energies, const QList<Reference> &refe
                      FitKind kind, bool offset, QString *error, const QStringList &labels)
 {
     m_solver.reset();
+    m_notes.clear();
     const auto label = [&](qsizetype k) {
         return k < labels.size() ? labels.at(k) : QStringLiteral("image %1").arg(k);
     };
@@ -89,6 +94,22 @@ bool LcfModel::build(const QList<double> &energies, const QList<Reference> &refe
     }
 
     std::vector<double> design(size_t(energyCount) * size_t(n));
+    QStringList notes;
+    for (int j = 0; j < r; ++j) {
+        const Reference &ref = references.at(j);
+        for (qsizetype k = 0; k < energyCount; ++k) {
+            const double e = energies.at(k) - ref.dE;
+            if (e < ref.minE || e > ref.maxE) {
+                notes << QStringLiteral("reference '%1' is extrapolated at %2 eV (measured %3 to "
+                                        "%4 eV)")
+                             .arg(ref.name)
+                             .arg(e)
+                             .arg(ref.minE)
+                             .arg(ref.maxE);
+                break;
+            }
+        }
+    }
     for (qsizetype k = 0; k < energyCount; ++k) {
         for (int j = 0; j < r; ++j) {
             const Reference &ref = references.at(j);
@@ -129,6 +150,7 @@ bool LcfModel::build(const QList<double> &energies, const QList<Reference> &refe
     m_offset = offset;
     m_design = std::move(design);
     m_solver = std::move(solver);
+    m_notes = notes;
     return true;
 }
 

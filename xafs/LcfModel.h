@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -34,6 +35,9 @@ public:
         std::function<double(double)> curve;
         double dE = 0.0;
         double e0 = 0.0; // edge energy, for tables
+        // The measured energy range; outside it the curve is extrapolated.
+        double minE = -std::numeric_limits<double>::infinity();
+        double maxE = std::numeric_limits<double>::infinity();
     };
 
     // A reference from a spectrum's raw points, normalised afresh with fitKind (0 Victreen,
@@ -53,6 +57,10 @@ public:
     // free fit.
     bool build(const QList<double> &energies, const QList<Reference> &references, FitKind kind,
                bool offset, QString *error, const QStringList &labels = {});
+
+    // After build(): one line per reference read outside its measured range, such as
+    // "reference 'Fe' is extrapolated at 7600 eV (measured 6950 to 7500 eV)".
+    const QStringList &notes() const { return m_notes; }
 
     bool isBuilt() const { return m_solver != nullptr; }
     FitKind kind() const { return m_kind; }
@@ -78,7 +86,9 @@ public:
         // w_r / total; NaN when total <= 0.
         double fraction(int r) const;
     };
-    // One pixel's mu at each energy, in energy order of build(): for the pointer read-out.
+    // One pixel's mu at each energy, in the order of build()'s energies: for the pointer
+    // read-out. The caller leaves out pixels whose flag is invalid in any image; a value that
+    // is not finite gives valid = false.
     PixelFit fitPixel(const double *mu) const;
 
     // The per-pixel core: b = A^T mu (unknownCount values), muMu = mu^T mu; writes the
@@ -91,5 +101,6 @@ private:
     FitKind m_kind = FitKind::NonNegative;
     bool m_offset = false;
     std::vector<double> m_design;
+    QStringList m_notes;
     std::shared_ptr<const Nnls> m_solver; // shared: copies of a built model are cheap
 };

@@ -458,8 +458,12 @@ void TestLcfEngine::commandLineRoundTrip()
     QVERIFY(QFile::exists(out + QStringLiteral("/residual.zmp")));
     QVERIFY(!QFile::exists(out + QStringLiteral("/offset.zmp")));
 
-    // Refusals: an energy missing from a name, a count mismatch, an image of another size.
+    // A reference read beyond its measured range is used, and said to be extrapolated.
     QString err;
+    QCOMPARE(run(QStringList{"--ref", refFiles[0] + "@-200", "-o", out} + stack, &err), 0);
+    QVERIFY2(err.contains(QStringLiteral("'a' is extrapolated at 7310 eV")), qPrintable(err));
+
+    // Refusals: an energy missing from a name, a count mismatch, an image of another size.
     QCOMPARE(run(QStringList{"--ref", refFiles[0], refFiles[0], stack[1], "-o", out}, &err), 2);
     QVERIFY(err.contains(QStringLiteral("give --energies")));
     QCOMPARE(

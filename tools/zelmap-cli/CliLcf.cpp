@@ -111,6 +111,8 @@ int lcf(const QStringList &args, QTextStream &out, QTextStream &err)
     if (!model.build(energies, references, kind, options.has(QStringLiteral("--offset")), &error,
                      files))
         return options.usageError(err, error);
+    for (const QString &note : model.notes())
+        err << "zelmap-cli lcf: " << note << '\n';
 
     std::vector<std::unique_ptr<TDDataWL>> stack;
     QList<const TDData0 *> images;
