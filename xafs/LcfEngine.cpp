@@ -309,6 +309,8 @@ LcfEngine::Result LcfEngine::run(const LcfModel &model, const QList<const TDData
             helpers.emplace_back([&job] { work(job, nullptr); });
         work(job, &options.progress);
     }
+    // The last chunk may have been another thread's.
+    if (options.progress && !job.cancelled()) options.progress(job.pixels, job.pixels);
     if (job.cancelled()) {
         *error = QStringLiteral("cancelled");
         Result stopped;
