@@ -35,7 +35,8 @@ if [ "$demo" -eq 1 ]; then
     data="$PWD/demo-data"
     # The tool lists the files it wrote, one per line; its debug chatter is not wanted here.
     list=$(QT_LOGGING_RULES="*.debug=false" "$build/tools/zelmap-cli" demo "$data")
-    mapfile -t files <<<"$list"
+    # Reference spectra (.dat) are for the LCF window, not images to open.
+    mapfile -t files < <(grep -v '\.dat$' <<<"$list")
     echo "Demo data in $data"
     args=(-d "$data" "${files[@]}")
 fi

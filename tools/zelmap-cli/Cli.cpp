@@ -32,6 +32,12 @@ const QList<CliCommand> &commands()
          "the inclusive rectangle of FILE as a record of its own", &copy},
         {"resize", "resize --size W H [--method nearest|linear|area] [--time] FILE -o OUT.zmp",
          "FILE resampled to W x H (bilinear by default)", &resize},
+        {"lcf",
+         "lcf --ref FILE[@dE]... [--victreen] [--energies E1,E2,...] [--fit nonneg|free|sum1] "
+         "[--offset] [--time] STACK... -o DIR",
+         "per-pixel linear combination fit of mu images (energies from the names, e.g. "
+         "mu_7112eV.zmp) against reference spectra",
+         &lcf},
     };
     return list;
 }

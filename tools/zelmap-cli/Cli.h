@@ -45,5 +45,6 @@ int filterPeaks(const QStringList &args, QTextStream &out, QTextStream &err);
 int filterComparePeaks(const QStringList &args, QTextStream &out, QTextStream &err);
 int copy(const QStringList &args, QTextStream &out, QTextStream &err);
 int resize(const QStringList &args, QTextStream &out, QTextStream &err);
+int lcf(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli

@@ -45,20 +45,31 @@ private:
 
 struct Compound
 {
-    double edge;     // eV, half height of the step
-    double preEdge;  // absorbance at the edge energy without the step, per unit thickness
-    double edgeJump; // absorbance of the step, per unit thickness
+    double edge;      // eV, half height of the step
+    double preEdge;   // absorbance at the edge energy without the step, per unit thickness
+    double edgeJump;  // absorbance of the step, per unit thickness
+    double whiteLine; // peak 4 eV above the edge, in units of the jump
+    double wiggle;    // post-edge oscillation, in units of the jump
+    double period;    // eV
     double absorbance(double e) const
     {
-        const double step = 0.5 + std::atan((e - edge) / 2.0) / std::numbers::pi;
-        return preEdge * std::pow(e / edge, -3.0) + edgeJump * step;
+        const double x = e - edge;
+        const double step = 0.5 + std::atan(x / 2.0) / std::numbers::pi;
+        const double peak = whiteLine * std::exp(-0.5 * std::pow((x - 4.0) / 3.0, 2));
+        // Starts smoothly a few eV above the edge and dies out over a few hundred eV.
+        const double oscillation = x > 0.0
+                                       ? wiggle * std::sin(2.0 * std::numbers::pi * x / period) *
+                                             std::exp(-x / 120.0) * (1.0 - std::exp(-x / 8.0))
+                                       : 0.0;
+        return preEdge * std::pow(e / edge, -3.0) + edgeJump * (step * (1.0 + oscillation) + peak);
     }
 };
 
-// Fe metal and an Fe(III) oxide, whose edge lies about 11 eV higher.
-constexpr Compound Metal{7112.0, 0.25, 1.1};
-constexpr Compound Oxide{7123.0, 0.20, 0.9};
-constexpr Compound Binder{7112.0, 0.12, 0.0};
+// Fe metal (a weak feature just above the edge) and an Fe(III) oxide, whose edge lies
+// about 12 eV higher under a strong white line.
+constexpr Compound Metal{7112.0, 0.25, 1.1, 0.10, 0.08, 35.0};
+constexpr Compound Oxide{7124.0, 0.20, 0.9, 0.55, 0.06, 45.0};
+constexpr Compound Binder{7112.0, 0.12, 0.0, 0.0, 0.0, 1.0};
 
 struct Particle
 {
@@ -192,6 +203,25 @@ bool writeEdgeJumpMap(const QString &path, const std::vector<double> &below,
     return record.save(path);
 }
 
+// A transmission spectrum of one unit thickness of the compound, from the same absorbance
+// as the images, in the two-column format with a little counting noise.
+bool writeReference(const QString &path, const Compound &c, const QString &title, Noise &noise)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return false;
+    QTextStream s(&file);
+    s << "# Zelmap demo reference: " << title << ", synthetic Fe K-edge transmission\n"
+      << "# energy [eV]  mu\n";
+    double e = 6950.0;
+    while (e <= 7600.0) {
+        const double mu = c.absorbance(e) + 0.0015 * noise.gauss();
+        s << QString::number(e, 'f', 2) << ' ' << QString::number(mu, 'f', 6) << '\n';
+        e += e < 7080.0 || e >= 7200.0 ? 2.0 : 0.5;
+    }
+    s.flush();
+    return s.status() == QTextStream::Ok && file.commit();
+}
+
 } // namespace
 
 int demo(const QStringList &args, QTextStream &out, QTextStream &err)
@@ -250,6 +280,18 @@ int demo(const QStringList &args, QTextStream &out, QTextStream &err)
         return 1;
     }
     out << mapPath << '\n';
+
+    Noise spectrumNoise(7112);
+    const std::pair<const char *, std::pair<const Compound *, const char *>> references[] = {
+        {"Fe_metal.dat", {&Metal, "Fe metal"}}, {"Fe2O3.dat", {&Oxide, "Fe(III) oxide"}}};
+    for (const auto &[name, what] : references) {
+        const QString path = dir.filePath(QLatin1String(name));
+        if (!writeReference(path, *what.first, QLatin1String(what.second), spectrumNoise)) {
+            err << "demo: cannot write " << path << '\n';
+            return 1;
+        }
+        out << path << '\n';
+    }
     return 0;
 }
 

@@ -15,6 +15,12 @@ void CliOptions::addOption(const QString &name, int valueCount)
     m_valueCounts.insert(name, valueCount);
 }
 
+void CliOptions::addRepeatableOption(const QString &name)
+{
+    m_valueCounts.insert(name, 1);
+    m_repeatable.insert(name);
+}
+
 bool CliOptions::parse(const QStringList &args, QTextStream &err)
 {
     for (qsizetype i = 0; i < args.size(); ++i) {
@@ -28,7 +34,10 @@ bool CliOptions::parse(const QStringList &args, QTextStream &err)
                     << (n == 1 ? " value\n" : " values\n");
                 return false;
             }
-            m_given.insert(a, args.mid(i + 1, n));
+            if (m_repeatable.contains(a))
+                m_given[a] += args.mid(i + 1, n);
+            else
+                m_given.insert(a, args.mid(i + 1, n));
             i += n;
         } else if (a.startsWith(QLatin1String("--")) ||
                    (a.startsWith(QLatin1Char('-')) && a.size() > 1 && !a.at(1).isDigit())) {

@@ -17,6 +17,8 @@ public:
 
     void addSwitch(const QString &name);
     void addOption(const QString &name, int valueCount = 1);
+    // An option of one value that may be given again; values() lists every one in order.
+    void addRepeatableOption(const QString &name);
 
     // False with a message on err for an unknown option or a missing value.
     bool parse(const QStringList &args, QTextStream &err);
@@ -45,6 +47,7 @@ private:
     QString m_command;
     QSet<QString> m_switches;
     QHash<QString, int> m_valueCounts;
+    QSet<QString> m_repeatable;
     QHash<QString, QStringList> m_given;
     QStringList m_files;
     QElapsedTimer m_clock;
