@@ -11,6 +11,7 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
+#include "xafs/LcfA.h"
 
 #include "ui_Body.h"
 
@@ -36,7 +37,7 @@ Body::Body(QWidget *parent)
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
          {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CopyFrame),
+          static_cast<QWidget *>(m_ui->CopyFrame),
           static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
 
@@ -75,6 +76,7 @@ Body::Body(QWidget *parent)
             qOverload<>(&DataCtrls::showImgBase));
     connect(m_ui->InTab, &QCheckBox::toggled, m_dataCtrls, &DataCtrls::inTab);
     connect(m_ui->DefaultColorScaleIsGrey, &QCheckBox::toggled, this, &Body::setDefaultColorScale);
+    connect(m_ui->LCFA, &QPushButton::clicked, this, &Body::execLcfA);
 }
 
 Body::~Body()
@@ -187,7 +189,27 @@ void Body::saveFile(QString fileName)
     statusBar()->showMessage(tr("Saved %n file(s)", nullptr, saved), 5000);
 }
 
-void Body::execLcfA() {}
+void Body::execLcfA()
+{
+    QList<int> selected;
+    for (int i = 0; i < m_dataCtrls->count(); ++i)
+        if (m_dataCtrls->at(i)->isA()) selected << i;
+    if (selected.isEmpty()) {
+        report(tr("LCF analysis: tick the images of the energy stack as A first"));
+        return;
+    }
+    const QString name = QString::number(++m_lcfCount);
+    auto *window = new LcfA(name, this);
+    window->applyWindowSizes();
+    for (int i : std::as_const(selected))
+        window->addImage(*m_dataCtrls->record(i));
+    auto *launcher = new QPushButton(QStringLiteral("LCFA %1").arg(name), this);
+    launcher->setObjectName(QStringLiteral("LCFA_%1").arg(name));
+    connect(launcher, &QPushButton::clicked, window, &LcfA::bringUp);
+    m_ui->LCFACalls->addWidget(launcher);
+    m_lcfAs.append(window);
+    window->show();
+}
 
 void Body::report(const QString &message)
 {

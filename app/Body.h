@@ -9,6 +9,7 @@ class CalcCtrl;
 class CompositeCtrl;
 class DataCtrls;
 class ImgBase;
+class LcfA;
 class TDDataWL;
 class Ui_Body;
 class _FileDialog;
@@ -29,6 +30,8 @@ public:
     _FileDialog *saveDialog() const { return m_saveDialog; }
     CalcCtrl *calcCtrl() const { return m_calcCtrl; }
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
+    // The LCF analysis windows in the order they were opened.
+    const QList<LcfA *> &lcfWindows() const { return m_lcfAs; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -65,4 +68,6 @@ private:
     _FileDialog *m_saveDialog = nullptr;
     CalcCtrl *m_calcCtrl = nullptr;
     CompositeCtrl *m_compositeCtrl = nullptr;
+    QList<LcfA *> m_lcfAs;
+    int m_lcfCount = 0;
 };
