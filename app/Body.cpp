@@ -37,8 +37,8 @@ Body::Body(QWidget *parent)
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
          {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->CopyFrame),
-          static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
+          static_cast<QWidget *>(m_ui->CopyFrame), static_cast<QWidget *>(m_ui->FilterFrame),
+          static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
 
     // Panels with a control open and close with their button.

@@ -136,8 +136,7 @@ void LcfA::energiesChanged()
             flagged << s.energy;
         }
     }
-    m_ui->StackState->setText(
-        tr("%1 of %2 images usable in a fit").arg(usable).arg(images.size()));
+    m_ui->StackState->setText(tr("%1 of %2 images usable in a fit").arg(usable).arg(images.size()));
     m_plot->setEnergies(good, flagged);
     Q_EMIT stackChanged();
 }
@@ -246,13 +245,13 @@ void LcfA::refreshPlot()
             c.points << QPointF(dn.x(i) + r->deltaE(), dn.y(i));
         c.colour = ColorBar0::paletteColor(r->property(kColourProperty).toInt());
         c.e0 = r->spectrum().e0() + r->deltaE();
-        c.label = r->deltaE() != 0.0
-                      ? tr("%1 (E0 %2 eV, dE %3)")
-                            .arg(r->referenceName())
-                            .arg(r->spectrum().e0(), 0, 'f', 1)
-                            .arg(r->deltaE())
-                      : tr("%1 (E0 %2 eV)").arg(r->referenceName()).arg(r->spectrum().e0(), 0,
-                                                                         'f', 1);
+        c.label =
+            r->deltaE() != 0.0
+                ? tr("%1 (E0 %2 eV, dE %3)")
+                      .arg(r->referenceName())
+                      .arg(r->spectrum().e0(), 0, 'f', 1)
+                      .arg(r->deltaE())
+                : tr("%1 (E0 %2 eV)").arg(r->referenceName()).arg(r->spectrum().e0(), 0, 'f', 1);
         c.faded = !r->isUsed();
         curves << c;
     }

@@ -222,8 +222,8 @@ void SpectrumPlot::drawMarks(QPainter *p)
     auto ticks = [&](const QList<double> &list, const QColor &colour) {
         for (double e : list) {
             const double sx = coord.dataToScreenX(e);
-            p->setPen(QPen(QColor(colour.red(), colour.green(), colour.blue(), 60), 1,
-                           Qt::DotLine));
+            p->setPen(
+                QPen(QColor(colour.red(), colour.green(), colour.blue(), 60), 1, Qt::DotLine));
             p->drawLine(QPointF(sx, r.top()), QPointF(sx, r.bottom()));
             p->setPen(QPen(colour, 2));
             p->drawLine(QPointF(sx, r.bottom()), QPointF(sx, r.bottom() - 12));
