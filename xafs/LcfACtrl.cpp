@@ -36,6 +36,8 @@ void LcfACtrl::showStatus(StackEnergy::Status status)
     QString style, tip;
     switch (status) {
     case StackEnergy::Status::Usable:
+        // Set outright: the entry's own background would otherwise show through.
+        style = QStringLiteral("background-color: rgb(255, 255, 255);");
         tip = tr("Photon energy of this image in eV");
         break;
     case StackEnergy::Status::NotANumber:
