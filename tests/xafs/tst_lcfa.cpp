@@ -194,29 +194,33 @@ void TestLcfA::referenceMatchesCli()
 
 void TestLcfA::unusableReference_data()
 {
-    QTest::addColumn<QByteArray>("content"); // empty: the path is a directory
-    QTest::addColumn<bool>("exists");
-    QTest::newRow("vanished") << QByteArray("8900 1\n") << false;
-    QTest::newRow("directory") << QByteArray() << true;
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("where"); // empty: a file with content; else "gone", "dir", a path
+    QTest::newRow("vanished") << QByteArray("8900 1\n") << "gone";
+    QTest::newRow("directory") << QByteArray() << "dir";
+    QTest::newRow("device") << QByteArray() << "/dev/zero";
     QByteArray garbage;
     for (int i = 0; i < 4096; ++i)
         garbage.append(char((i * 7919) % 256));
-    QTest::newRow("binary") << garbage << true;
-    QTest::newRow("comments only") << QByteArray("# E mu\n# none\n") << true;
-    QTest::newRow("one point") << QByteArray("8980 1.5\n") << true;
-    QTest::newRow("flat") << QByteArray("8900 1\n8950 1\n9000 1\n9050 1\n9100 1\n9150 1\n") << true;
+    QTest::newRow("binary") << garbage << QString();
+    QTest::newRow("comments only") << QByteArray("# E mu\n# none\n") << QString();
+    QTest::newRow("one point") << QByteArray("8980 1.5\n") << QString();
+    QTest::newRow("flat") << QByteArray("8900 1\n8950 1\n9000 1\n9050 1\n9100 1\n9150 1\n")
+                          << QString();
     QTest::newRow("nan") << QByteArray("8900 0.1\n8950 0.1\n8980 nan\n9000 1\n9050 1\n9100 1\n")
-                         << true;
+                         << QString();
 }
 
 void TestLcfA::unusableReference()
 {
     QFETCH(QByteArray, content);
-    QFETCH(bool, exists);
+    QFETCH(QString, where);
     QTemporaryDir dir;
     QString path = dir.filePath(QStringLiteral("ref.dat"));
-    if (content.isEmpty()) {
+    if (where == QLatin1String("dir")) {
         path = dir.path();
+    } else if (where.startsWith(QLatin1Char('/'))) {
+        path = where;
     } else {
         QFile f(path);
         QVERIFY(f.open(QIODevice::WriteOnly));
@@ -230,9 +234,9 @@ void TestLcfA::unusableReference()
     choose(*good, kXafs + QStringLiteral("cu_foil_rt.dat"));
     choose(*bad, kXafs + QStringLiteral("cu_foil_rt.dat"));
     QCOMPARE(window.plot()->curves().size(), 2);
-    if (!exists || content.isEmpty()) {
-        // The dialog itself refuses both; what it hands on may still be gone by then.
-        if (!exists) QFile::remove(path);
+    if (!where.isEmpty()) {
+        // The dialog itself refuses these; what it hands on may still be gone by then.
+        if (where == QLatin1String("gone")) QFile::remove(path);
         bad->fileSelect()->fileSelected(path);
     } else {
         choose(*bad, path);
