@@ -5,6 +5,7 @@
 #include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
+#include "data/ImgBase.h"
 #include "xafs/LCFReference.h"
 #include "xafs/LcfA.h"
 #include "xafs/LcfACtrl.h"
@@ -258,7 +259,7 @@ void TestLcfA::windowsFromMainWindow()
     store.clear();
     store.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-lcfs"),
                             QStringLiteral("640x480"), QStringLiteral("-ibs"),
-                            QStringLiteral("300x200")},
+                            QStringLiteral("900x700")},
                            false, QString(), {});
     Body body;
     body.show();
@@ -285,6 +286,7 @@ void TestLcfA::windowsFromMainWindow()
     QCOMPARE(first->name(), QStringLiteral("1"));
     QCOMPARE(first->dataCtrls()->windowTitle(), QStringLiteral("DCs of LCFA-1"));
     QCOMPARE(first->size(), QSize(640, 480));
+    QCOMPARE(first->imgBase()->size(), QSize(900, 700));
     QCOMPARE(child<QPushButton>(&body, "LCFA_2")->text(), QStringLiteral("LCFA 2"));
     store.clear();
 
