@@ -6,6 +6,7 @@
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
+#include "display/DispA.h"
 #include "xafs/LCFReference.h"
 #include "xafs/LcfA.h"
 #include "xafs/LcfACtrl.h"
@@ -13,12 +14,14 @@
 #include "xafs/StackEnergy.h"
 #include "xafs/XafsFileSelect.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <cmath>
 
@@ -76,6 +79,7 @@ private Q_SLOTS:
     void unusableReference_data();
     void unusableReference();
     void windowsFromMainWindow();
+    void plotFollowsUntilZoomed();
 };
 
 void TestLcfA::energyFromLabel_data()
@@ -329,6 +333,38 @@ void TestLcfA::windowsFromMainWindow()
     QCOMPARE(first->stack().size(), 3);
     QCOMPARE(first->referencesInFit().size(), 1);
     QCOMPARE(first->plot()->curves().size(), 1);
+}
+
+void TestLcfA::plotFollowsUntilZoomed()
+{
+    LcfA window(QStringLiteral("7"));
+    window.resize(800, 800);
+    window.show();
+    LCFReference *ref = window.addReference();
+    choose(*ref, kXafs + QStringLiteral("cu_foil_rt.dat"));
+    typeInto(child<QLineEdit>(ref, "DeltaE"), QStringLiteral("3"));
+    SpectrumPlot *plot = window.plot();
+    QCOMPARE(plot->curves().size(), 1);
+    QCOMPARE(plot->curves()[0].e0, ref->spectrum().e0() + 3.0);
+    const double x0 = plot->canvas()->coord.dataRange().x0;
+    QCOMPARE(x0, plot->autoRange().left());
+
+    // A zoomed view stays while the content changes; a double click shows it all again.
+    DispA *canvas = plot->canvas();
+    const QPoint centre = canvas->rect().center();
+    QMouseEvent move(QEvent::MouseMove, centre, canvas->mapToGlobal(centre), Qt::NoButton,
+                     Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(canvas, &move);
+    QWheelEvent wheel(centre, canvas->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(canvas, &wheel);
+    const double zoomed = canvas->coord.dataRange().x0;
+    QVERIFY(zoomed > x0);
+    typeInto(child<QLineEdit>(ref, "DeltaE"), QStringLiteral("-20"));
+    QCOMPARE(canvas->coord.dataRange().x0, zoomed);
+    QTest::mouseDClick(canvas, Qt::LeftButton, Qt::NoModifier, centre);
+    QCOMPARE(canvas->coord.dataRange().x0, plot->autoRange().left());
+    QCOMPARE(plot->autoRange().left(), ref->spectrum().e0() - 20.0 - 40.0);
 }
 
 QTEST_MAIN(TestLcfA)
