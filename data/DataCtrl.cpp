@@ -59,6 +59,7 @@ DataCtrl::DataCtrl(TDDataWL *record, QWidget *parent, bool renderWhenShown)
 
 DataCtrl::~DataCtrl()
 {
+    if (m_disp) m_disp->removeEventFilter(this);
     delete m_disp.data();
     delete m_statWindow.data();
     delete m_record;
@@ -151,7 +152,8 @@ void DataCtrl::render()
 
 bool DataCtrl::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_disp && event->type() == QEvent::Show && m_renderPending) render();
+    // The type first: a display in mid-destruction must not be compared through its pointer.
+    if (event->type() == QEvent::Show && m_renderPending && watched == m_disp) render();
     return QFrame::eventFilter(watched, event);
 }
 
