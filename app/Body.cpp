@@ -14,6 +14,7 @@
 #include "relation/RelationDispCtrl.h"
 #include "proc/CopyCtrl.h"
 #include "proc/PeakTable.h"
+#include "xafs/LcfA.h"
 
 #include "ui_Body.h"
 
@@ -40,8 +41,8 @@ Body::Body(QWidget *parent)
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Filter), static_cast<QWidget *>(m_ui->LCFA),
-          static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
+         {static_cast<QWidget *>(m_ui->Filter), static_cast<QWidget *>(m_ui->FilterFrame),
+          static_cast<QWidget *>(m_ui->FilterCBFrame)})
         w->hide();
 
     // Panels with a control open and close with their button.
@@ -113,6 +114,7 @@ Body::Body(QWidget *parent)
     // Quitting works from the image windows too; closing this window closes all others.
     new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), this, this, &QWidget::close,
                   Qt::ApplicationShortcut);
+    connect(m_ui->LCFA, &QPushButton::clicked, this, &Body::execLcfA);
 }
 
 Body::~Body()
@@ -234,7 +236,27 @@ void Body::saveFile(QString fileName)
     statusBar()->showMessage(tr("Saved %n file(s)", nullptr, saved), 5000);
 }
 
-void Body::execLcfA() {}
+void Body::execLcfA()
+{
+    QList<int> selected;
+    for (int i = 0; i < m_dataCtrls->count(); ++i)
+        if (m_dataCtrls->at(i)->isA()) selected << i;
+    if (selected.isEmpty()) {
+        report(tr("LCF analysis: tick the images of the energy stack as A first"));
+        return;
+    }
+    const QString name = QString::number(++m_lcfCount);
+    auto *window = new LcfA(name, this);
+    window->applyWindowSizes();
+    for (int i : std::as_const(selected))
+        window->addImage(*m_dataCtrls->record(i));
+    auto *launcher = new QPushButton(QStringLiteral("LCFA %1").arg(name), this);
+    launcher->setObjectName(QStringLiteral("LCFA_%1").arg(name));
+    connect(launcher, &QPushButton::clicked, window, &LcfA::bringUp);
+    m_ui->LCFACalls->addWidget(launcher);
+    m_lcfAs.append(window);
+    window->show();
+}
 
 void Body::report(const QString &message)
 {

@@ -11,6 +11,7 @@ class CopyCtrl;
 class DataCtrls;
 class ImgBase;
 class RelationDispCtrl;
+class LcfA;
 class TDDataWL;
 class Ui_Body;
 class _FileDialog;
@@ -33,6 +34,8 @@ public:
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
     RelationDispCtrl *relationDispCtrl() const { return m_relation; }
     CopyCtrl *copyCtrl() const { return m_copyCtrl; }
+    // The LCF analysis windows in the order they were opened.
+    const QList<LcfA *> &lcfWindows() const { return m_lcfAs; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -71,4 +74,6 @@ private:
     CompositeCtrl *m_compositeCtrl = nullptr;
     RelationDispCtrl *m_relation = nullptr;
     CopyCtrl *m_copyCtrl = nullptr;
+    QList<LcfA *> m_lcfAs;
+    int m_lcfCount = 0;
 };

@@ -31,13 +31,14 @@ QString number(double v)
 
 } // namespace
 
-DataCtrl::DataCtrl(TDDataWL *record, QWidget *parent)
-    : QFrame(parent), m_ui(std::make_unique<Ui_DataCtrl>())
+DataCtrl::DataCtrl(TDDataWL *record, QWidget *parent, bool renderWhenShown)
+    : QFrame(parent), m_ui(std::make_unique<Ui_DataCtrl>()), m_renderWhenShown(renderWhenShown)
 {
     m_ui->setupUi(this);
     setStyleSheet(QString());
     m_disp = new ImgDisp(nullptr);
     m_disp->setAttribute(Qt::WA_DeleteOnClose, false);
+    if (m_renderWhenShown) m_disp->installEventFilter(this);
 
     connect(m_disp, &ImgDisp::mMovedWithin, this, &DataCtrl::mMovedWithin);
     connect(m_disp, &ImgDisp::wMoved, this, &DataCtrl::wMoved);
@@ -60,6 +61,7 @@ DataCtrl::DataCtrl(TDDataWL *record, QWidget *parent)
 
 DataCtrl::~DataCtrl()
 {
+    if (m_disp) m_disp->removeEventFilter(this);
     delete m_disp.data();
     delete m_statWindow.data();
     delete m_record;
@@ -141,8 +143,20 @@ QWidget *DataCtrl::showBox() const
 void DataCtrl::render()
 {
     if (!m_record || !m_disp) return;
+    if (m_renderWhenShown && !m_disp->isVisible()) {
+        m_renderPending = true;
+        return;
+    }
+    m_renderPending = false;
     m_record->makeImage(*m_disp->colorBar());
     m_disp->canvas()->update();
+}
+
+bool DataCtrl::eventFilter(QObject *watched, QEvent *event)
+{
+    // The type first: a display in mid-destruction must not be compared through its pointer.
+    if (event->type() == QEvent::Show && m_renderPending && watched == m_disp) render();
+    return QFrame::eventFilter(watched, event);
 }
 
 void DataCtrl::draw(QPainter *p)

@@ -20,8 +20,9 @@ class DataCtrl : public QFrame
     Q_OBJECT
 
 public:
-    // Takes ownership of record.
-    explicit DataCtrl(TDDataWL *record, QWidget *parent = nullptr);
+    // Takes ownership of record. With renderWhenShown the picture is made only once the
+    // display shows: a long list of large images then costs no more than their values.
+    explicit DataCtrl(TDDataWL *record, QWidget *parent = nullptr, bool renderWhenShown = false);
     ~DataCtrl() override;
 
     TDDataWL *record() const { return m_record; }
@@ -70,6 +71,9 @@ public Q_SLOTS:
     void setFocused(bool f);
     void showStatistics();
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     std::unique_ptr<Ui_DataCtrl> m_ui;
     TDDataWL *m_record = nullptr;
@@ -78,5 +82,7 @@ private:
     QPointer<ImgDisp> m_disp;
     QPointer<QWidget> m_statWindow;
     bool m_focused = false;
+    bool m_renderWhenShown = false;
+    bool m_renderPending = false;
     QPoint m_noticed{-1, -1};
 };

@@ -9,6 +9,7 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QRadioButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -38,7 +39,7 @@ DataCtrls::~DataCtrls()
 
 DataCtrl *DataCtrls::addData(TDDataWL *record, bool grey)
 {
-    auto *entry = new DataCtrl(record, this);
+    auto *entry = new DataCtrl(record, this, m_renderWhenShown);
     if (grey) entry->display()->setCBarGrayScale(true);
     m_layout->insertWidget(m_layout->count() - 1, entry);
     entry->show();
@@ -102,6 +103,38 @@ void DataCtrls::removeDataCtrl(DataCtrl *entry, bool deleteLater)
     renumber();
     selsChanged_();
     if (deleteLater) entry->deleteLater();
+}
+
+void DataCtrls::reorder(const QList<int> &order)
+{
+    if (order.size() != m_entries.size()) return;
+    QList<bool> seen(m_entries.size(), false);
+    for (int i : order) {
+        if (i < 0 || i >= m_entries.size() || seen[i]) return;
+        seen[i] = true;
+    }
+    QList<DataCtrl *> entries;
+    entries.reserve(order.size());
+    for (int i : order)
+        entries << m_entries.at(i);
+    m_entries = entries;
+    for (int k = 0; k < m_entries.size(); ++k) {
+        m_layout->removeWidget(m_entries.at(k));
+        m_layout->insertWidget(k, m_entries.at(k));
+    }
+    // Tabs follow the list, so that stepping through them walks the same order.
+    if (m_base) {
+        QTabWidget *tabs = m_base->tabWidget();
+        int next = 0;
+        for (DataCtrl *e : std::as_const(m_entries)) {
+            const int tab = e->display() ? tabs->indexOf(e->display()) : -1;
+            if (tab < 0) continue;
+            if (tab != next) tabs->tabBar()->moveTab(tab, next);
+            ++next;
+        }
+    }
+    renumber();
+    selsChanged_();
 }
 
 void DataCtrls::renumber()

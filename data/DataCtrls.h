@@ -24,11 +24,16 @@ public:
     // The tabbed window the displays go to; its current tab focuses the matching entry.
     void setImgBase(ImgBase *base);
     ImgBase *imgBase() const { return m_base; }
+    // Entries added from now on make their pictures only when their displays first show.
+    void setRenderWhenShown(bool on) { m_renderWhenShown = on; }
 
     // Makes an entry for record (taking ownership), appends it and returns it.
     DataCtrl *addData(TDDataWL *record, bool grey = false);
     // Takes the entry out of the list; deletes it later when asked to.
     void removeDataCtrl(DataCtrl *entry, bool deleteLater = true);
+    // Puts the entries in a new order: order[k] is the present index of the k-th entry.
+    // Ignored unless order is a permutation of all indices.
+    void reorder(const QList<int> &order);
 
     int count() const { return int(m_entries.size()); }
     DataCtrl *at(int i) const { return m_entries.at(i); }
@@ -67,4 +72,5 @@ private:
     QButtonGroup *m_s2 = nullptr;
     ImgBase *m_base = nullptr;
     bool m_inTab = true;
+    bool m_renderWhenShown = false;
 };

@@ -145,6 +145,14 @@
                 <numerusform>%n 個のファイルを保存しました</numerusform>
             </translation>
         </message>
+        <message>
+            <source>Open an LCF analysis window with a copy of the images ticked A</source>
+            <translation>A に印を付けた画像の複製で LCF 解析ウィンドウを開く</translation>
+        </message>
+        <message>
+            <source>LCF analysis: tick the images of the energy stack as A first</source>
+            <translation>LCF 解析：先にエネルギー系列の画像に A の印を付けてください</translation>
+        </message>
     </context>
     <context>
         <name>CalcCtrl</name>
@@ -692,6 +700,245 @@ Standard deviation: %12</source>
         <message>
             <source>%1: Rs(%2,%3)</source>
             <translation>%1: Rs(%2,%3)</translation>
+        </message>
+    </context>
+    <context>
+        <name>LCFReference</name>
+        <message>
+            <source>at</source>
+            <translation>at</translation>
+        </message>
+        <message>
+            <source>Weight of this reference in the fit</source>
+            <translation>フィットでのこの標準試料の重み</translation>
+        </message>
+        <message>
+            <source>[eV]  </source>
+            <translation>[eV]  </translation>
+        </message>
+        <message>
+            <source>  dE [eV]</source>
+            <translation>  dE [eV]</translation>
+        </message>
+        <message>
+            <source>[%]  </source>
+            <translation>[%]  </translation>
+        </message>
+        <message>
+            <source>Energy shift of this reference in eV</source>
+            <translation>この標準試料のエネルギーシフト（eV）</translation>
+        </message>
+        <message>
+            <source>Edge jump of the spectrum</source>
+            <translation>スペクトルのエッジジャンプ</translation>
+        </message>
+        <message>
+            <source>mut</source>
+            <translation>μt</translation>
+        </message>
+        <message>
+            <source>dMut</source>
+            <translation>Δμt</translation>
+        </message>
+        <message>
+            <source>Edge energy E0 of the spectrum</source>
+            <translation>スペクトルの吸収端エネルギー E0</translation>
+        </message>
+        <message>
+            <source>Draw this spectrum in the plot</source>
+            <translation>このスペクトルをグラフに描く</translation>
+        </message>
+        <message>
+            <source>Show</source>
+            <translation>表示</translation>
+        </message>
+        <message>
+            <source>Victreen pre-edge and post-edge lines instead of straight lines</source>
+            <translation>吸収端前後のベースラインを直線ではなく Victreen 式で引く</translation>
+        </message>
+        <message>
+            <source>Victreen</source>
+            <translation>Victreen</translation>
+        </message>
+        <message>
+            <source>the file does not exist</source>
+            <translation>ファイルがありません</translation>
+        </message>
+        <message>
+            <source>not a plain file</source>
+            <translation>通常のファイルではありません</translation>
+        </message>
+        <message>
+            <source>the file cannot be read</source>
+            <translation>ファイルを読めません</translation>
+        </message>
+        <message>
+            <source>the file is too large for a spectrum</source>
+            <translation>スペクトルとしては大きすぎるファイルです</translation>
+        </message>
+        <message>
+            <source>no spectrum in the file</source>
+            <translation>ファイルにスペクトルがありません</translation>
+        </message>
+        <message>
+            <source>too few points to normalise</source>
+            <translation>規格化するには点が少なすぎます</translation>
+        </message>
+        <message>
+            <source>the normalisation finds no edge</source>
+            <translation>規格化で吸収端が見つかりません</translation>
+        </message>
+        <message>
+            <source>the normalisation gives values that are not numbers</source>
+            <translation>規格化の結果に数でない値があります</translation>
+        </message>
+        <message>
+            <source>not usable</source>
+            <translation>使用不可</translation>
+        </message>
+        <message>
+            <source>Not usable in a fit: %1</source>
+            <translation>フィットに使えません：%1</translation>
+        </message>
+    </context>
+    <context>
+        <name>LcfA</name>
+        <message>
+            <source>LCF Analysis</source>
+            <translation>LCF 解析</translation>
+        </message>
+        <message>
+            <source>Show Img Base</source>
+            <translation>画像ベースを表示</translation>
+        </message>
+        <message>
+            <source>Put the images of the stack in the order of their energies</source>
+            <translation>系列の画像をエネルギーの順に並べる</translation>
+        </message>
+        <message>
+            <source>Sort by Energy</source>
+            <translation>エネルギー順</translation>
+        </message>
+        <message>
+            <source>Add a row for one more reference spectrum</source>
+            <translation>標準スペクトルの行を一つ追加</translation>
+        </message>
+        <message>
+            <source>+ Reference</source>
+            <translation>＋ 標準試料</translation>
+        </message>
+        <message>
+            <source>LCFA %1 Images</source>
+            <translation>LCFA %1 の画像</translation>
+        </message>
+        <message>
+            <source>%1 of %2 images usable in a fit</source>
+            <translation>%2 枚中 %1 枚がフィットに使用可能</translation>
+        </message>
+        <message>
+            <source>Remove this reference</source>
+            <translation>この標準試料を削除</translation>
+        </message>
+        <message>
+            <source>%1 (E0 %2 eV, dE %3)</source>
+            <translation>%1（E0 %2 eV、dE %3）</translation>
+        </message>
+        <message>
+            <source>%1 (E0 %2 eV)</source>
+            <translation>%1（E0 %2 eV）</translation>
+        </message>
+    </context>
+    <context>
+        <name>LcfACtrl</name>
+        <message>
+            <source>LCFA Ctrl</source>
+            <translation>LCFA 設定</translation>
+        </message>
+        <message>
+            <source>Eng. [eV]</source>
+            <translation>エネルギー [eV]</translation>
+        </message>
+        <message>
+            <source>Photon energy of this image in eV</source>
+            <translation>この画像の光子エネルギー（eV）</translation>
+        </message>
+        <message>
+            <source>Not a number: this image is left out of a fit</source>
+            <translation>数ではありません：この画像はフィットから外されます</translation>
+        </message>
+        <message>
+            <source>An energy must be above 0 eV: this image is left out of a fit</source>
+            <translation>エネルギーは 0 eV より大きくなければなりません：この画像はフィットから外されます</translation>
+        </message>
+        <message>
+            <source>Another image has the same energy: both are left out of a fit</source>
+            <translation>同じエネルギーの画像が他にあります：どちらもフィットから外されます</translation>
+        </message>
+    </context>
+    <context>
+        <name>SpectrumPlot</name>
+        <message>
+            <source>Reset Scale</source>
+            <translation>表示範囲を戻す</translation>
+        </message>
+        <message>
+            <source>Wheel: zoom, right drag: zoom to box, Shift+drag: pan, double click: all</source>
+            <translation>ホイール：拡大縮小、右ドラッグ：範囲を拡大、Shift+ドラッグ：移動、ダブルクリック：全体</translation>
+        </message>
+        <message>
+            <source>E = %1 eV, %2</source>
+            <translation>E = %1 eV、%2</translation>
+        </message>
+        <message>
+            <source>E [eV]</source>
+            <translation>E [eV]</translation>
+        </message>
+        <message>
+            <source>normalised mu</source>
+            <translation>規格化 μ</translation>
+        </message>
+    </context>
+    <context>
+        <name>XafsFileSelect</name>
+        <message>
+            <source>XAFS File Select</source>
+            <translation>XAFS ファイル選択</translation>
+        </message>
+        <message>
+            <source>Use this reference in the fit</source>
+            <translation>この標準試料をフィットに使う</translation>
+        </message>
+        <message>
+            <source>Use</source>
+            <translation>使用</translation>
+        </message>
+        <message>
+            <source>Choose the reference spectrum file</source>
+            <translation>標準スペクトルのファイルを選ぶ</translation>
+        </message>
+        <message>
+            <source>Select</source>
+            <translation>選択</translation>
+        </message>
+        <message>
+            <source>Empty this reference</source>
+            <translation>この標準試料を空にする</translation>
+        </message>
+        <message>
+            <source>Clear</source>
+            <translation>クリア</translation>
+        </message>
+        <message>
+            <source>Select an XAFS spectrum</source>
+            <translation>XAFS スペクトルを選択</translation>
+        </message>
+        <message>
+            <source>XAFS Data File (*.dat)</source>
+            <translation>XAFS データファイル (*.dat)</translation>
+        </message>
+        <message>
+            <source>Any Files (* *.*)</source>
+            <translation>すべてのファイル (* *.*)</translation>
         </message>
     </context>
 </TS>

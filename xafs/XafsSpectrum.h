@@ -80,6 +80,7 @@ public:
     const Spectrum &normalized() const { return m_normalized; }
     const Spectrum &doubleNormalized() const { return m_doubleNormalized; }
     double energyShift() const { return m_energyShift; }
+    void setEnergyShift(double dE) { m_energyShift = dE; }
     bool edgeOutOfRange() const { return m_edgeOutOfRange; }
     bool jumpTooSmall() const { return m_jumpTooSmall; }
     double e0() const { return m_e0; }
