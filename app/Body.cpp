@@ -11,6 +11,7 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
+#include "proc/FilterCtrl.h"
 
 #include "ui_Body.h"
 
@@ -35,9 +36,8 @@ Body::Body(QWidget *parent)
 
     // Panels that have no control yet stay out of sight.
     for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->Filter),
-          static_cast<QWidget *>(m_ui->LCFA), static_cast<QWidget *>(m_ui->CopyFrame),
-          static_cast<QWidget *>(m_ui->FilterFrame), static_cast<QWidget *>(m_ui->FilterCBFrame)})
+         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->LCFA),
+          static_cast<QWidget *>(m_ui->CopyFrame)})
         w->hide();
 
     // Panels with a control open and close with their button.
@@ -52,6 +52,14 @@ Body::Body(QWidget *parent)
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_calcCtrl, &CalcCtrl::selsChanged);
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_compositeCtrl, &CompositeCtrl::selsChanged);
     connect(m_calcCtrl, &CalcCtrl::newDataGenerated, this, &Body::calculatedData);
+
+    m_filterCtrl = new FilterCtrl(m_dataCtrls, m_ui->FilterFrame);
+    m_ui->FilterLayout->addWidget(m_filterCtrl);
+    m_ui->FilterFrame->setVisible(m_ui->Filter->isChecked());
+    connect(m_ui->Filter, &QPushButton::toggled, m_ui->FilterFrame, &QWidget::setVisible);
+    connect(m_filterCtrl, &FilterCtrl::newFilteredData, this, &Body::calculatedData);
+    connect(m_filterCtrl, &FilterCtrl::filteringLine, this, &Body::noticedFilteringLine);
+    connect(m_filterCtrl, &FilterCtrl::filterProcTime, this, &Body::noticedFilterProcTime);
 
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);

@@ -8,6 +8,7 @@
 class CalcCtrl;
 class CompositeCtrl;
 class DataCtrls;
+class FilterCtrl;
 class ImgBase;
 class TDDataWL;
 class Ui_Body;
@@ -29,6 +30,7 @@ public:
     _FileDialog *saveDialog() const { return m_saveDialog; }
     CalcCtrl *calcCtrl() const { return m_calcCtrl; }
     CompositeCtrl *compositeCtrl() const { return m_compositeCtrl; }
+    FilterCtrl *filterCtrl() const { return m_filterCtrl; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -65,4 +67,5 @@ private:
     _FileDialog *m_saveDialog = nullptr;
     CalcCtrl *m_calcCtrl = nullptr;
     CompositeCtrl *m_compositeCtrl = nullptr;
+    FilterCtrl *m_filterCtrl = nullptr;
 };

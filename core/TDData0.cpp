@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
+#include <vector>
 
 TDData0::TDData0(int width, int height, QObject *parent)
     : QObject(parent), m_width(width), m_height(height)
@@ -136,82 +138,151 @@ void TDData0::addShape(Shape *shape)
     m_shapes.emplace_back(shape);
 }
 
-// Each valid output pixel is the mean of the valid pixels within r columns of it,
-// clipped to the row; a running sum makes this independent of r.
-void TDData0::smoothRowsInto(TDData0 *out, int r) const
+namespace {
+
+// Scratch rows of one band of the smoothing.
+struct SmoothScratch
 {
-    const int w = m_width;
-    for (int y = 0; y < m_height; ++y) {
-        const double *v = m_values.data() + qsizetype(y) * w;
-        const quint8 *f = m_valid.data() + qsizetype(y) * w;
-        double *ov = out->m_values.data() + qsizetype(y) * w;
-        quint8 *of = out->m_valid.data() + qsizetype(y) * w;
-        double s = 0.0;
-        int n = 0;
-        for (qsizetype i = 0; i - r < w; ++i) {
-            if (i < w && f[i]) {
-                s += v[i];
-                ++n;
+    explicit SmoothScratch(int w, int ringRows)
+        : a(size_t(w)), fc(size_t(w)), sums(size_t(w)), counts(size_t(w)),
+          ring(size_t(w) * size_t(ringRows)), colSums(size_t(w)), colCounts(size_t(w))
+    {
+    }
+    std::vector<double> a, fc, sums, counts, ring, colSums, colCounts;
+};
+
+// One row of the rows pass: the mean of the valid pixels within r columns of each valid
+// pixel, clipped to the row, 0 elsewhere. 0 <= r < w. The running sum adds the entering
+// pixel, takes the mean, then drops the leaving one, so its cost does not depend on r.
+void smoothRow(const double *v, const quint8 *f, int w, int r, SmoothScratch &t, double *dst)
+{
+    double *a = t.a.data();
+    double *fc = t.fc.data();
+    for (int x = 0; x < w; ++x) {
+        a[x] = f[x] ? v[x] : 0.0;
+        fc[x] = double(f[x]);
+    }
+    if (r == 0) {
+        std::memcpy(dst, a, sizeof(double) * size_t(w));
+        return;
+    }
+    double *sums = t.sums.data();
+    double *counts = t.counts.data();
+    double s = 0.0, n = 0.0;
+    for (int x = 0; x < r; ++x) {
+        s += a[x];
+        n += fc[x];
+    }
+    // Columns whose window gains a pixel on the right: j + r < w; loses one on the left: j >= r.
+    const int gainEnd = w - r;
+    const int loseBegin = r;
+    int j = 0;
+    for (; j < std::min(gainEnd, loseBegin); ++j) {
+        s += a[j + r];
+        n += fc[j + r];
+        sums[j] = s;
+        counts[j] = n;
+    }
+    for (; j < gainEnd; ++j) {
+        s += a[j + r];
+        n += fc[j + r];
+        sums[j] = s;
+        counts[j] = n;
+        s -= a[j - r];
+        n -= fc[j - r];
+    }
+    for (; j < loseBegin; ++j) {
+        sums[j] = s;
+        counts[j] = n;
+    }
+    for (; j < w; ++j) {
+        sums[j] = s;
+        counts[j] = n;
+        s -= a[j - r];
+        n -= fc[j - r];
+    }
+    for (int x = 0; x < w; ++x)
+        dst[x] = f[x] ? sums[x] / std::max(counts[x], 1.0) : 0.0;
+}
+
+// Output rows [y0, y1) of the smoothing: row means kept in a ring of 2 ry + 1 rows, column
+// sums running down the image. 0 <= rx < w, 0 <= ry < h.
+void smoothBand(const double *v, const quint8 *f, int w, int h, int rx, int ry, int y0, int y1,
+                double *out)
+{
+    const int ringRows = int(std::min<qsizetype>(2 * qsizetype(ry) + 1, h));
+    SmoothScratch t(w, ringRows);
+    double *S = t.colSums.data();
+    double *C = t.colCounts.data();
+    const qsizetype start = std::max<qsizetype>(0, qsizetype(y0) - ry);
+    for (qsizetype i = start;; ++i) {
+        if (i < h) {
+            double *m = t.ring.data() + (i % ringRows) * w;
+            const quint8 *fi = f + i * w;
+            smoothRow(v + i * w, fi, w, rx, t, m);
+            for (int x = 0; x < w; ++x) {
+                S[x] += m[x];
+                C[x] += double(fi[x]);
             }
-            const qsizetype j = i - r;
-            if (j >= 0 && f[j] && n >= 1) {
-                ov[j] = s / n;
-                of[j] = 1;
-            }
-            const qsizetype k = i - 2 * qsizetype(r);
-            if (k >= 0 && k < w && f[k]) {
-                s -= v[k];
-                --n;
+        }
+        const qsizetype j = i - ry;
+        if (j >= y1) break;
+        if (j >= y0) {
+            const quint8 *fj = f + j * w;
+            double *o = out + j * w;
+            for (int x = 0; x < w; ++x)
+                o[x] = fj[x] ? S[x] / std::max(C[x], 1.0) : 0.0;
+        }
+        const qsizetype k = i - 2 * qsizetype(ry);
+        if (k >= start) {
+            const double *m = t.ring.data() + (k % ringRows) * w;
+            const quint8 *fk = f + k * w;
+            for (int x = 0; x < w; ++x) {
+                S[x] -= m[x];
+                C[x] -= double(fk[x]);
             }
         }
     }
-    out->widenStatistics(out->m_values.data(), out->pixelCount());
 }
 
-// The same along columns, kept row-major: one running sum per column, rows streamed.
-void TDData0::smoothColumnsInto(TDData0 *out, int r) const
+} // namespace
+
+// Each valid output pixel is the mean over the valid pixels within ry rows of the row means,
+// each the mean of the valid pixels within rx columns, all clipped to the image. Half widths
+// beyond the image are cut to it: the windows are the same and the work stays linear.
+void TDData0::smoothInto(TDData0 *out, int rx, int ry) const
 {
     const int w = m_width;
     const int h = m_height;
     if (w <= 0 || h <= 0) return;
-    std::vector<double> sums(size_t(w), 0.0);
-    std::vector<int> counts(size_t(w), 0);
-    for (qsizetype i = 0; i - r < h; ++i) {
-        if (i < h) {
-            const double *v = m_values.data() + i * w;
-            const quint8 *f = m_valid.data() + i * w;
-            for (int x = 0; x < w; ++x) {
-                if (f[x]) {
-                    sums[size_t(x)] += v[x];
-                    counts[size_t(x)] += 1;
-                }
-            }
+    rx = std::clamp(rx, 0, w - 1);
+    ry = std::clamp(ry, 0, h - 1);
+    const double *v = m_values.data();
+    const quint8 *f = m_valid.data();
+    double *o = out->m_values.data();
+
+    // Bands of rows on separate threads for large images; each band warms its column sums
+    // up over the ry rows above it, which is cheap only while the window is small.
+    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+    int bands = 1;
+    if (qsizetype(w) * h >= (qsizetype(1) << 18) && 4 * (2 * qsizetype(ry) + 1) <= h)
+        bands = int(std::min<unsigned>(cores, 8u));
+    if (bands <= 1) {
+        smoothBand(v, f, w, h, rx, ry, 0, h, o);
+    } else {
+        std::vector<std::thread> threads;
+        threads.reserve(size_t(bands - 1));
+        for (int b = 1; b < bands; ++b) {
+            const int y0 = int(qsizetype(h) * b / bands);
+            const int y1 = int(qsizetype(h) * (b + 1) / bands);
+            threads.emplace_back(smoothBand, v, f, w, h, rx, ry, y0, y1, o);
         }
-        const qsizetype j = i - r;
-        if (j >= 0) {
-            const quint8 *f = m_valid.data() + j * w;
-            double *ov = out->m_values.data() + j * w;
-            quint8 *of = out->m_valid.data() + j * w;
-            for (int x = 0; x < w; ++x) {
-                if (f[x] && counts[size_t(x)] >= 1) {
-                    ov[x] = sums[size_t(x)] / counts[size_t(x)];
-                    of[x] = 1;
-                }
-            }
-        }
-        const qsizetype k = i - 2 * qsizetype(r);
-        if (k >= 0 && k < h) {
-            const double *v = m_values.data() + k * w;
-            const quint8 *f = m_valid.data() + k * w;
-            for (int x = 0; x < w; ++x) {
-                if (f[x]) {
-                    sums[size_t(x)] -= v[x];
-                    counts[size_t(x)] -= 1;
-                }
-            }
-        }
+        smoothBand(v, f, w, h, rx, ry, 0, int(h / bands), o);
+        for (std::thread &th : threads)
+            th.join();
     }
-    out->widenStatistics(out->m_values.data(), out->pixelCount());
+    std::memcpy(out->m_valid.data(), f, size_t(pixelCount()));
+    out->widenStatistics(o, out->pixelCount());
 }
 
 QString TDData0::fileSafeId() const

@@ -40,5 +40,9 @@ int render(const QStringList &args, QTextStream &out, QTextStream &err);
 int demo(const QStringList &args, QTextStream &out, QTextStream &err);
 int calc(const QStringList &args, QTextStream &out, QTextStream &err);
 int filter(const QStringList &args, QTextStream &out, QTextStream &err);
+// The filters that filter knows, one usage line each.
+void filterHelp(QTextStream &out);
+int filterMovingAvr(const QStringList &args, QTextStream &out, QTextStream &err);
+int filterAdaptiveThreshold(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli
