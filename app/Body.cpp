@@ -35,9 +35,8 @@ Body::Body(QWidget *parent)
     m_dataCtrls->setImgBase(m_imgBase.get());
 
     // Panels that have no control yet stay out of sight.
-    for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->LCFA),
-          static_cast<QWidget *>(m_ui->CopyFrame)})
+    for (QWidget *w : {static_cast<QWidget *>(m_ui->Copy), static_cast<QWidget *>(m_ui->LCFA),
+                       static_cast<QWidget *>(m_ui->CopyFrame)})
         w->hide();
 
     // Panels with a control open and close with their button.

@@ -32,8 +32,7 @@ FilterCtrl::FilterCtrl(DataCtrls *dataCtrls, QWidget *parent)
     connect(m_ui->MovingAvrExecB, &QPushButton::clicked, this, &FilterCtrl::execMovingAvrF);
     connect(m_ui->MatchingExecB, &QPushButton::clicked, this, &FilterCtrl::execMatchingF);
     connect(m_ui->FindPeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execFindPeaksF);
-    connect(m_ui->ComparePeaksExecB, &QPushButton::clicked, this,
-            &FilterCtrl::execComparePeaksF);
+    connect(m_ui->ComparePeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execComparePeaksF);
     // These filters are not part of the program yet.
     for (QPushButton *b : {m_ui->MatchingExecB, m_ui->FindPeaksExecB, m_ui->ComparePeaksExecB})
         b->setEnabled(false);
@@ -111,9 +110,8 @@ bool FilterCtrl::s1Target(Target *target) const
     target->image = s1->record();
     const ImgDisp *disp = s1->display();
     const QList<QRect> regions = disp ? disp->regions() : QList<QRect>();
-    target->rect = regions.isEmpty()
-                       ? QRect(0, 0, target->image->width(), target->image->height())
-                       : regions.first();
+    target->rect = regions.isEmpty() ? QRect(0, 0, target->image->width(), target->image->height())
+                                     : regions.first();
     return true;
 }
 

@@ -2,10 +2,7 @@
 
 #include "core/TDDataWL.h"
 
-MovingAvrF::MovingAvrF(int hx, int hy, QObject *parent)
-    : FilterWArea(kTypeCode, hx, hy, parent)
-{
-}
+MovingAvrF::MovingAvrF(int hx, int hy, QObject *parent) : FilterWArea(kTypeCode, hx, hy, parent) {}
 
 std::unique_ptr<TDDataWL> MovingAvrF::compute(const TDDataWL &source) const
 {

@@ -2,8 +2,7 @@
 
 #include "ui_WinSizeSet.h"
 
-WinSizeSet::WinSizeSet(QWidget *parent)
-    : QFrame(parent), m_ui(std::make_unique<Ui_WinSizeSet>())
+WinSizeSet::WinSizeSet(QWidget *parent) : QFrame(parent), m_ui(std::make_unique<Ui_WinSizeSet>())
 {
     m_ui->setupUi(this);
 }

@@ -76,10 +76,9 @@ int filterAdaptiveThreshold(const QStringList &args, QTextStream &out, QTextStre
             if (!o.ints(QStringLiteral("--rect"), &corners, e)) return false;
             // Inclusive corners, as the panel's region; no rectangle means the whole image.
             *compute = [hx, hy, corners](const TDDataWL &source) {
-                const QRect rect =
-                    corners.isEmpty()
-                        ? QRect(0, 0, source.width(), source.height())
-                        : QRect(QPoint(corners[0], corners[1]), QPoint(corners[2], corners[3]));
+                const QRect rect = corners.isEmpty() ? QRect(0, 0, source.width(), source.height())
+                                                     : QRect(QPoint(corners[0], corners[1]),
+                                                             QPoint(corners[2], corners[3]));
                 return AdaptiveThresholdF(hx, hy).compute(source, rect);
             };
             return true;
