@@ -114,10 +114,8 @@ void TestWindowFilters::movingAverageIsTheDirectMean()
         // Without any window the result is a plain copy, invalid pixels' values and all.
         const double expected = copy ? src->value(i) : ref[size_t(i)];
         if (std::abs(out->value(i) - expected) > 1e-9)
-            QFAIL(qPrintable(QStringLiteral("pixel %1: %2, direct %3")
-                                 .arg(i)
-                                 .arg(out->value(i))
-                                 .arg(expected)));
+            QFAIL(qPrintable(
+                QStringLiteral("pixel %1: %2, direct %3").arg(i).arg(out->value(i)).arg(expected)));
         widened.setValue(i, out->value(i), true);
     }
     QCOMPARE(out->minWithZeros(), widened.minWithZeros());
