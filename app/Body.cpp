@@ -11,10 +11,14 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
+<<<<<<< HEAD
 #include "relation/RelationDispCtrl.h"
 #include "proc/CopyCtrl.h"
 #include "proc/PeakTable.h"
 #include "xafs/LcfA.h"
+=======
+#include "proc/FilterCtrl.h"
+>>>>>>> issue10
 
 #include "ui_Body.h"
 
@@ -38,12 +42,6 @@ Body::Body(QWidget *parent)
     m_ui->DataListLayout->addWidget(m_dataCtrls);
     m_dataCtrls->setImgBase(m_imgBase.get());
     m_imgBase->setHomeWindow(this);
-
-    // Panels that have no control yet stay out of sight.
-    for (QWidget *w :
-         {static_cast<QWidget *>(m_ui->Filter), static_cast<QWidget *>(m_ui->FilterFrame),
-          static_cast<QWidget *>(m_ui->FilterCBFrame)})
-        w->hide();
 
     // Panels with a control open and close with their button.
     m_calcCtrl = new CalcCtrl(m_dataCtrls, m_ui->CalcFrame);
@@ -73,6 +71,14 @@ Body::Body(QWidget *parent)
     connect(relation, &QPushButton::clicked, m_relation, &RelationDispCtrl::showWindow);
     connect(m_dataCtrls, &DataCtrls::selsChanged, m_relation, &RelationDispCtrl::selsChanged);
     connect(m_relation, &RelationDispCtrl::newDataGenerated, this, &Body::calculatedData);
+
+    m_filterCtrl = new FilterCtrl(m_dataCtrls, m_ui->FilterFrame);
+    m_ui->FilterLayout->addWidget(m_filterCtrl);
+    m_ui->FilterFrame->setVisible(m_ui->Filter->isChecked());
+    connect(m_ui->Filter, &QPushButton::toggled, m_ui->FilterFrame, &QWidget::setVisible);
+    connect(m_filterCtrl, &FilterCtrl::newFilteredData, this, &Body::calculatedData);
+    connect(m_filterCtrl, &FilterCtrl::filteringLine, this, &Body::noticedFilteringLine);
+    connect(m_filterCtrl, &FilterCtrl::filterProcTime, this, &Body::noticedFilterProcTime);
 
     m_openDialog = new _FileDialog(tr("Load image files"), this);
     m_openDialog->setFileMode(QFileDialog::ExistingFiles);

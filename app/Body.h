@@ -9,6 +9,7 @@ class CalcCtrl;
 class CompositeCtrl;
 class CopyCtrl;
 class DataCtrls;
+class FilterCtrl;
 class ImgBase;
 class RelationDispCtrl;
 class LcfA;
@@ -36,6 +37,7 @@ public:
     CopyCtrl *copyCtrl() const { return m_copyCtrl; }
     // The LCF analysis windows in the order they were opened.
     const QList<LcfA *> &lcfWindows() const { return m_lcfAs; }
+    FilterCtrl *filterCtrl() const { return m_filterCtrl; }
 
     // "BodySize"/"-bs" for this window, "ImgBaseSize"/"-ibs" for the image window.
     void applyWindowSizes();
@@ -76,4 +78,5 @@ private:
     CopyCtrl *m_copyCtrl = nullptr;
     QList<LcfA *> m_lcfAs;
     int m_lcfCount = 0;
+    FilterCtrl *m_filterCtrl = nullptr;
 };

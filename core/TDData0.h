@@ -112,8 +112,8 @@ private:
             if (v > m_maxWO0) m_maxWO0 = v;
         }
     }
-    void smoothRowsInto(TDData0 *out, int r) const;
-    void smoothColumnsInto(TDData0 *out, int r) const;
+    // Rows pass with half width rx, then columns pass with ry, fused; below 1 skips a pass.
+    void smoothInto(TDData0 *out, int rx, int ry) const;
 
     QString m_dataId;
     int m_width = 0;
@@ -131,21 +131,10 @@ private:
 
 template <typename Record> Record *TDData0::smoothedInto(int hx, int hy) const
 {
-    if (hx < 1 && hy < 1) {
-        auto *out = new Record(m_width, m_height);
-        fillCopy(out);
-        return out;
-    }
     auto out = std::make_unique<Record>(m_width, m_height);
-    if (hx < 1) {
-        smoothColumnsInto(out.get(), hy);
-        return out.release();
-    }
-    smoothRowsInto(out.get(), hx);
-    if (hy > 0) {
-        auto second = std::make_unique<Record>(m_width, m_height);
-        out->smoothColumnsInto(second.get(), hy);
-        return second.release();
-    }
+    if (hx < 1 && hy < 1)
+        fillCopy(out.get());
+    else
+        smoothInto(out.get(), hx, hy);
     return out.release();
 }

@@ -320,6 +320,85 @@ Standard deviation: %12</source>
         </message>
     </context>
     <context>
+        <name>FilterCtrl</name>
+        <message>
+            <source>Filter</source>
+            <translation>フィルター</translation>
+        </message>
+        <message>
+            <source>Adaptive Threshold</source>
+            <translation>適応しきい値</translation>
+        </message>
+        <message>
+            <source>Target: S1</source>
+            <translation>対象: S1</translation>
+        </message>
+        <message>
+            <source>Moving Avr.</source>
+            <translation>移動平均</translation>
+        </message>
+        <message>
+            <source>Matching</source>
+            <translation>マッチング</translation>
+        </message>
+        <message>
+            <source>CosTh</source>
+            <translation>CosTh</translation>
+        </message>
+        <message>
+            <source>ArcCosTh</source>
+            <translation>ArcCosTh</translation>
+        </message>
+        <message>
+            <source>Exec2</source>
+            <translation>Exec2</translation>
+        </message>
+        <message>
+            <source>Exec5</source>
+            <translation>Exec5</translation>
+        </message>
+        <message>
+            <source>Find Peaks</source>
+            <translation>ピーク検出</translation>
+        </message>
+        <message>
+            <source>Exc. Raius</source>
+            <translation>除外半径</translation>
+        </message>
+        <message>
+            <source>[pix]</source>
+            <translation>[ピクセル]</translation>
+        </message>
+        <message>
+            <source>Num:</source>
+            <translation>個数:</translation>
+        </message>
+        <message>
+            <source>Max</source>
+            <translation>最大</translation>
+        </message>
+        <message>
+            <source>Min</source>
+            <translation>最小</translation>
+        </message>
+        <message>
+            <source>on Img</source>
+            <translation>画像上</translation>
+        </message>
+        <message>
+            <source>Compare Peaks</source>
+            <translation>ピーク比較</translation>
+        </message>
+        <message>
+            <source>Target: A</source>
+            <translation>対象: A</translation>
+        </message>
+        <message>
+            <source>on Img S1</source>
+            <translation>S1 画像上</translation>
+        </message>
+    </context>
+    <context>
         <name>ImageCalc</name>
         <message>
             <source>Cl[%1]</source>
@@ -939,6 +1018,36 @@ Standard deviation: %12</source>
         <message>
             <source>Any Files (* *.*)</source>
             <translation>すべてのファイル (* *.*)</translation>
+        </message>
+    </context>
+    <context>
+        <name>MovingAvrF</name>
+        <message>
+            <source>%1: MA(%2,%3)</source>
+            <translation>%1: 移動平均(%2,%3)</translation>
+        </message>
+    </context>
+    <context>
+        <name>WinSizeSet</name>
+        <message>
+            <source>Frame</source>
+            <translation>フレーム</translation>
+        </message>
+        <message>
+            <source>Window Half Width</source>
+            <translation>窓の半幅</translation>
+        </message>
+        <message>
+            <source>X:</source>
+            <translation>X:</translation>
+        </message>
+        <message>
+            <source>Y:</source>
+            <translation>Y:</translation>
+        </message>
+        <message>
+            <source>Pix</source>
+            <translation>ピクセル</translation>
         </message>
     </context>
 </TS>

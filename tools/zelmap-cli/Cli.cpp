@@ -73,6 +73,7 @@ int run(const QStringList &args, QTextStream &out, QTextStream &err)
             const QStringList rest = args.mid(1);
             if (rest.contains(QLatin1String("--help")) || rest.contains(QLatin1String("-h"))) {
                 out << "Usage: zelmap-cli " << c.usage << "\n" << c.summary << '\n';
+                if (c.run == &filter) filterHelp(out);
                 return 0;
             }
             return c.run(rest, out, err);

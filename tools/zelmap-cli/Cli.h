@@ -46,5 +46,9 @@ int filterComparePeaks(const QStringList &args, QTextStream &out, QTextStream &e
 int copy(const QStringList &args, QTextStream &out, QTextStream &err);
 int resize(const QStringList &args, QTextStream &out, QTextStream &err);
 int lcf(const QStringList &args, QTextStream &out, QTextStream &err);
+// The filters that filter knows, one usage line each.
+void filterHelp(QTextStream &out);
+int filterMovingAvr(const QStringList &args, QTextStream &out, QTextStream &err);
+int filterAdaptiveThreshold(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli

@@ -9,16 +9,26 @@ struct FilterCommand
 {
     const char *name;
     int (*run)(const QStringList &args, QTextStream &out, QTextStream &err);
+    const char *usage = nullptr;
 };
 
 // Each filter adds its line here.
 const FilterCommand kFilters[] = {
-    {"peaks", &filterPeaks},
-    {"compare-peaks", &filterComparePeaks},
-    {nullptr, nullptr},
+    {"ma", &filterMovingAvr, "ma [--hw X Y] [--time] FILE -o OUT.zmp"},
+    {"at", &filterAdaptiveThreshold, "at [--hw X Y] [--rect L T R B] [--time] FILE -o OUT.zmp"},
+    {"peaks", &filterPeaks,
+     "peaks [--num N] [--radius R] [--min] [--on-image] [--rect L T R B] [--time] FILE -o OUT.zmp"},
+    {"compare-peaks", &filterComparePeaks, "compare-peaks [--min] [--time] FILE... -o OUT.zmp"},
 };
 
 } // namespace
+
+void filterHelp(QTextStream &out)
+{
+    out << "Filters:\n";
+    for (const FilterCommand &f : kFilters)
+        out << "  zelmap-cli filter " << (f.usage ? f.usage : f.name) << '\n';
+}
 
 int filter(const QStringList &args, QTextStream &out, QTextStream &err)
 {
