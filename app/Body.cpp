@@ -11,14 +11,11 @@
 #include "io/ImageLoader.h"
 #include "proc/CalcCtrl.h"
 #include "proc/CompositeCtrl.h"
-<<<<<<< HEAD
-#include "relation/RelationDispCtrl.h"
 #include "proc/CopyCtrl.h"
-#include "proc/PeakTable.h"
-#include "xafs/LcfA.h"
-=======
 #include "proc/FilterCtrl.h"
->>>>>>> issue10
+#include "proc/PeakTable.h"
+#include "relation/RelationDispCtrl.h"
+#include "xafs/LcfA.h"
 
 #include "ui_Body.h"
 

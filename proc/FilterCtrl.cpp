@@ -5,6 +5,8 @@
 #include "data/DataCtrls.h"
 #include "display/ImgDisp.h"
 #include "proc/AdaptiveThresholdF.h"
+#include "proc/ComparePeaksF.h"
+#include "proc/FindPeaksF.h"
 #include "proc/MovingAvrF.h"
 
 #include "ui_FilterCtrl.h"
@@ -33,9 +35,8 @@ FilterCtrl::FilterCtrl(DataCtrls *dataCtrls, QWidget *parent)
     connect(m_ui->MatchingExecB, &QPushButton::clicked, this, &FilterCtrl::execMatchingF);
     connect(m_ui->FindPeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execFindPeaksF);
     connect(m_ui->ComparePeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execComparePeaksF);
-    // These filters are not part of the program yet.
-    for (QPushButton *b : {m_ui->MatchingExecB, m_ui->FindPeaksExecB, m_ui->ComparePeaksExecB})
-        b->setEnabled(false);
+    // Matching is not part of the program yet.
+    m_ui->MatchingExecB->setEnabled(false);
 }
 
 FilterCtrl::~FilterCtrl() = default;
@@ -145,6 +146,32 @@ void FilterCtrl::execMovingAvrF()
 
 void FilterCtrl::execMatchingF() {}
 
-void FilterCtrl::execFindPeaksF() {}
+void FilterCtrl::execFindPeaksF()
+{
+    Target t;
+    if (!s1Target(&t)) return;
+    auto *filter = new FindPeaksF(exclusionRadius(), peakCount(), findPeaksMax(),
+                                  findPeaksOnImg(), this);
+    relay(filter);
+    filter->run(t.image, t.rect);
+    filter->deleteLater();
+}
 
-void FilterCtrl::execComparePeaksF() {}
+void FilterCtrl::execComparePeaksF()
+{
+    if (!m_dataCtrls) return;
+    // The positions come from the count of A boxes, not from which entries carry them.
+    QList<bool> selsA;
+    const TDDataWL *s1 = nullptr;
+    for (int i = 0; i < m_dataCtrls->count(); ++i) {
+        selsA << m_dataCtrls->at(i)->isA();
+        if (m_dataCtrls->at(i)->isS1()) s1 = m_dataCtrls->record(i);
+    }
+    QList<TDDataWL *> targets;
+    for (int i : ComparePeaksF::targetPositions(selsA))
+        targets << m_dataCtrls->record(i);
+    auto *filter = new ComparePeaksF(comparePeaksMax(), comparePeaksOnImg(), this);
+    relay(filter);
+    filter->run(targets, s1);
+    filter->deleteLater();
+}

@@ -5,6 +5,7 @@
 #include "data/ImgBase.h"
 #include "display/DispA.h"
 #include "display/ImgDisp.h"
+#include "core/Shape.h"
 #include "proc/FilterCtrl.h"
 
 #include <QCheckBox>
@@ -51,6 +52,7 @@ class TestFilterCtrl : public QObject
 private Q_SLOTS:
     void formAsListed();
     void runsOnS1IntoTheDataList();
+    void peaksFromThePanel();
 };
 
 void TestFilterCtrl::formAsListed()
@@ -186,6 +188,50 @@ void TestFilterCtrl::runsOnS1IntoTheDataList()
     QCOMPARE(child<QLabel>(&body, QStringLiteral("FilteringLine"))->text(), QStringLiteral("17"));
     QCOMPARE(child<QLabel>(&body, QStringLiteral("FilterElapsedTime"))->text(),
              QStringLiteral("1.5"));
+}
+
+void TestFilterCtrl::peaksFromThePanel()
+{
+    Body body;
+    body.show();
+    DataCtrls *list = body.dataCtrls();
+    for (int k = 0; k < 3; ++k)
+        body.calculatedData(makeRecord(k));
+    QTest::mouseClick(child<QPushButton>(&body, QStringLiteral("Filter")), Qt::LeftButton);
+    auto *frame = child<QWidget>(&body, QStringLiteral("FilterFrame"));
+    QTest::mouseClick(child<QRadioButton>(list->at(1), QStringLiteral("SingleSel1")),
+                      Qt::LeftButton);
+    QTest::mouseClick(child<QCheckBox>(list->at(2), QStringLiteral("MultiSelA")), Qt::LeftButton);
+
+    const auto firstMax = [](const TDDataWL *r) {
+        QPointF at;
+        double best = -1e300;
+        for (int y = 0; y < r->height(); ++y)
+            for (int x = 0; x < r->width(); ++x)
+                if (r->isValid(x, y) && r->value(x, y) > best) {
+                    best = r->value(x, y);
+                    at = QPointF(x, y);
+                }
+        return at;
+    };
+
+    // One A box, on the third entry: the first entry is the one compared.
+    QTest::mouseClick(child<QPushButton>(frame, QStringLiteral("ComparePeaksExecB")),
+                      Qt::LeftButton);
+    QCOMPARE(list->count(), 4);
+    const TDDataWL *compared = list->record(3);
+    QCOMPARE(compared->dataId(), QStringLiteral("CPKs(+)"));
+    QCOMPARE(compared->shapeCount(), 1);
+    QCOMPARE(*compared->shape(0)->points(), QList<QPointF>{firstMax(list->record(0))});
+
+    setText(child<QLineEdit>(frame, QStringLiteral("FindPeaksNum")), QStringLiteral("2"));
+    QTest::mouseClick(child<QPushButton>(frame, QStringLiteral("FindPeaksExecB")), Qt::LeftButton);
+    QCOMPARE(list->count(), 5);
+    const TDDataWL *found = list->record(4);
+    QCOMPARE(found->dataId(), QStringLiteral("img1: PKs(+)"));
+    const QList<QPointF> peaks = *found->shape(found->shapeCount() - 1)->points();
+    QCOMPARE(peaks.size(), 2);
+    QCOMPARE(peaks.first(), firstMax(list->record(1)));
 }
 
 QTEST_MAIN(TestFilterCtrl)
