@@ -3,6 +3,8 @@
 
 namespace Cli {
 
+int filterMatch(const QStringList &args, QTextStream &out, QTextStream &err);
+
 namespace {
 
 struct FilterCommand
@@ -13,7 +15,7 @@ struct FilterCommand
 
 // Each filter adds its line here.
 const FilterCommand kFilters[] = {
-    {nullptr, nullptr},
+    {"match", &filterMatch},
 };
 
 } // namespace
