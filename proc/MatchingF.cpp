@@ -145,6 +145,7 @@ void MatchingF::exec5Next()
             connect(this, &MatchingF::calcMatchingALine, worker, &MatchingFExec5::calc);
         connect(worker, &MatchingFExec5::calced, this, &MatchingF::givenMachingALine);
         worker->moveToThread(th);
+        MatchingFExec5::handOver(worker);
         th->start(QThread::InheritPriority);
         Q_EMIT calcMatchingALine(m_source.data(), m_nextRow, m_left, m_right, m_run->rw(),
                                  m_run->rh(), const_cast<double *>(m_run->templateValues()),
@@ -163,6 +164,7 @@ void MatchingF::givenMachingALine(int iy, QList<double> vals)
     const qsizetype at = m_workers.indexOf(static_cast<MatchingFExec5 *>(sender()));
     if (at < 0 || !m_result) return;
     MatchingFExec5 *worker = m_workers.takeAt(at);
+    MatchingFExec5::takeOver(worker);
     if (iy >= m_top && iy < m_bottom) {
         const int n = int(std::min<qsizetype>(vals.size(), m_right - m_left));
         for (int i = 0; i < n; ++i)

@@ -3,6 +3,37 @@
 #include "core/TDDataWL.h"
 #include "proc/MatchingRun.h"
 
+#if defined(__SANITIZE_THREAD__)
+#define ZELMAP_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define ZELMAP_THREAD_SANITIZER 1
+#endif
+#endif
+
+#ifdef ZELMAP_THREAD_SANITIZER
+extern "C" void __tsan_acquire(void *addr);
+extern "C" void __tsan_release(void *addr);
+#endif
+
+void MatchingFExec5::handOver(const void *key)
+{
+#ifdef ZELMAP_THREAD_SANITIZER
+    __tsan_release(const_cast<void *>(key));
+#else
+    Q_UNUSED(key);
+#endif
+}
+
+void MatchingFExec5::takeOver(const void *key)
+{
+#ifdef ZELMAP_THREAD_SANITIZER
+    __tsan_acquire(const_cast<void *>(key));
+#else
+    Q_UNUSED(key);
+#endif
+}
+
 MatchingFExec5::MatchingFExec5(QThread *thread, MatchingRun *run, QObject *parent)
     : QObject(parent), m_thread(thread), m_run(run)
 {
@@ -11,6 +42,7 @@ MatchingFExec5::MatchingFExec5(QThread *thread, MatchingRun *run, QObject *paren
 void MatchingFExec5::calc(TDDataWL *data, int iy, int wsx, int wex, int rw, int rh, double *r,
                           double a2)
 {
+    takeOver(this);
     if (m_busy) return;
     m_busy = true;
     QList<double> vals;
@@ -20,5 +52,6 @@ void MatchingFExec5::calc(TDDataWL *data, int iy, int wsx, int wex, int rw, int 
         for (int x = wsx; x < wex; ++x)
             vals << MatchingRun::directValue(*data, x, iy, rw, rh, r, a2);
     }
+    handOver(this);
     Q_EMIT calced(iy, vals, m_thread);
 }

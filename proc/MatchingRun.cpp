@@ -179,7 +179,8 @@ struct MatchingRun::Fft
     }
 };
 
-MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int thresholdMode)
+MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int thresholdMode,
+                         Method method)
     : m_width(source.width()), m_height(source.height()), m_thresholdMode(thresholdMode)
 {
     if (m_width <= 0 || m_height <= 0) return;
@@ -206,7 +207,7 @@ MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int threshol
     m_y0 = int(std::clamp<qint64>(rect.top(), 0, m_height));
     m_y1 = int(std::clamp<qint64>(rect.bottom(), m_y0, m_height));
     if (!canRun() || m_x1 <= m_x0 || m_y1 <= m_y0) return;
-    planTiles();
+    planTiles(method);
 }
 
 MatchingRun::~MatchingRun() = default;
@@ -248,7 +249,7 @@ void MatchingRun::buildTemplate(const TDDataWL &source)
     m_a2 = a2;
 }
 
-void MatchingRun::planTiles()
+void MatchingRun::planTiles(Method method)
 {
     const qint64 cols = m_x1 - m_x0, rows = m_y1 - m_y0;
     m_cos = PixelBuffer<double>(cols * rows);
@@ -273,7 +274,9 @@ void MatchingRun::planTiles()
         }
     }
     const double direct = 4.0 * double(cols) * double(rows) * m_kw * m_kh;
-    if (m_nx == 0 || best >= direct || double(m_nx) * m_ny > double(1 << 28)) return;
+    if (m_nx == 0 || (method == Method::Auto && best >= direct) ||
+        double(m_nx) * m_ny > double(1 << 28))
+        return;
 
     m_outW = m_nx - m_kw + 1;
     m_outH = m_ny - m_kh + 1;

@@ -26,8 +26,13 @@ class MatchingRun
 public:
     static constexpr double kNoValue = -2.0;
 
+    // Auto sums directly where that is cheaper than the FFT; Fft uses the FFT wherever it can
+    // (for checking it on small images).
+    enum class Method { Auto, Fft };
+
     // thresholdMode 2 asks for cosines accurate enough to take the arc-cosine of.
-    MatchingRun(const TDDataWL &source, const QRect &rect, int thresholdMode);
+    MatchingRun(const TDDataWL &source, const QRect &rect, int thresholdMode,
+                Method method = Method::Auto);
     ~MatchingRun();
     MatchingRun(const MatchingRun &) = delete;
     MatchingRun &operator=(const MatchingRun &) = delete;
@@ -69,7 +74,7 @@ private:
     struct Fft;
 
     void buildTemplate(const TDDataWL &source);
-    void planTiles();
+    void planTiles(Method method);
     void ensureBand(int band);
     void computeTile(int band, int tile);
 

@@ -328,4 +328,11 @@ Standard deviation: %12</source>
             <translation>表示リセット</translation>
         </message>
     </context>
+    <context>
+        <name>MatchingF</name>
+        <message>
+            <source>%1: PM</source>
+            <translation>%1: PM</translation>
+        </message>
+    </context>
 </TS>
