@@ -93,6 +93,10 @@ void BM_Matching2048(benchmark::State &s)
 {
     runThreaded(s, largeCase());
 }
+void BM_Exec2_2048(benchmark::State &s)
+{
+    runThreaded(s, largeCase(), 1);
+}
 void BM_OpenCv2048(benchmark::State &s)
 {
     runOpenCv(s, largeCase());
@@ -111,6 +115,7 @@ void BM_OpenCv1024(benchmark::State &s)
 }
 
 BENCHMARK(BM_Matching2048)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
+BENCHMARK(BM_Exec2_2048)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
 BENCHMARK(BM_OpenCv2048)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
 BENCHMARK(BM_Matching1024)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
 BENCHMARK(BM_Exec2_1024)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);

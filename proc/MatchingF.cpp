@@ -3,6 +3,7 @@
 #include "proc/MatchingFExec5.h"
 #include "proc/MatchingRun.h"
 
+#include <QMetaMethod>
 #include <QThread>
 
 #include <cmath>
@@ -21,6 +22,13 @@ MatchingF::MatchingF(int thresholdMode, int execMode, int maxThreads, QObject *p
     qRegisterMetaType<double *>();
     qRegisterMetaType<QThread *>();
     connect(this, &MatchingF::doExec5Next, this, &MatchingF::exec5Next);
+    const auto slot = [](const QMetaObject &mo, const char *signature) {
+        return mo.method(mo.indexOfSlot(signature));
+    };
+    m_deleteTh = slot(staticMetaObject, "deleteTh()");
+    m_givenMachingALine = slot(staticMetaObject, "givenMachingALine(int,QList<double>)");
+    m_calc = slot(MatchingFExec5::staticMetaObject,
+                  "calc(TDDataWL*,int,int,int,int,int,double*,double)");
 }
 
 MatchingF::~MatchingF()
@@ -30,7 +38,10 @@ MatchingF::~MatchingF()
         if (!th) continue;
         th->quit();
         th->wait();
+        MatchingFExec5::takeOver(th.data());
     }
+    for (MatchingFExec5 *w : std::as_const(m_workers))
+        MatchingFExec5::takeOver(w);
     // The threads have ended, so their workers may be deleted from here.
     qDeleteAll(m_workers);
     for (const QPointer<QThread> &th : std::as_const(m_liveThreads))
@@ -140,20 +151,24 @@ void MatchingF::exec5Next()
         m_threads << th;
         m_workers << worker;
         m_liveThreads << th;
-        connect(th, &QThread::finished, this, &MatchingF::deleteTh);
-        const QMetaObject::Connection toWorker =
-            connect(this, &MatchingF::calcMatchingALine, worker, &MatchingFExec5::calc);
-        connect(worker, &MatchingFExec5::calced, this, &MatchingF::givenMachingALine);
+        // The connections that cross threads go by meta-method: no functor object is then
+        // shared between the threads (whose release ThreadSanitizer could not follow).
+        connect(th, QMetaMethod::fromSignal(&QThread::finished), this, m_deleteTh);
+        // Every later row would reach this worker too, only to be dropped as it is busy; each
+        // such delivery wakes its thread, which costs more than the row itself. So the row
+        // connection carries one row only.
+        connect(this, QMetaMethod::fromSignal(&MatchingF::calcMatchingALine), worker, m_calc,
+                Qt::SingleShotConnection);
+        connect(worker, QMetaMethod::fromSignal(&MatchingFExec5::calced), this,
+                m_givenMachingALine);
         worker->moveToThread(th);
-        MatchingFExec5::handOver(worker);
-        th->start(QThread::InheritPriority);
+        // The row is posted before the thread starts: it is delivered as soon as the thread's
+        // event loop runs, and the thread's start orders everything before it.
         Q_EMIT calcMatchingALine(m_source.data(), m_nextRow, m_left, m_right, m_run->rw(),
                                  m_run->rh(), const_cast<double *>(m_run->templateValues()),
                                  m_run->a2());
-
-        // Every later row would reach this worker too, only to be dropped as it is busy; each
-        // such delivery wakes its thread, which costs more than the row itself.
-        disconnect(toWorker);
+        MatchingFExec5::handOver(worker);
+        th->start(QThread::InheritPriority);
         ++m_nextRow;
     }
 }
@@ -173,6 +188,7 @@ void MatchingF::givenMachingALine(int iy, QList<double> vals)
     ++m_finishedRows;
     // Its thread is still running and may delete it as soon as deleteLater is posted.
     QThread *th = worker->workThread();
+    MatchingFExec5::handOver(worker);
     worker->deleteLater();
     if (m_threads.removeOne(th)) th->quit();
     Q_EMIT doExec5Next();
@@ -182,6 +198,10 @@ void MatchingF::deleteTh()
 {
     QThread *th = static_cast<QThread *>(sender());
     if (!th || m_liveThreads.removeAll(th) == 0) return;
+    // finished() comes just before the thread deletes its worker; the run is over only once
+    // that is done.
+    th->wait();
+    MatchingFExec5::takeOver(th);
     th->deleteLater();
     endIfIdle();
 }

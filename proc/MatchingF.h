@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QList>
+#include <QMetaMethod>
 #include <QPointer>
 #include <QRect>
 
@@ -83,4 +84,5 @@ private:
     QList<MatchingFExec5 *> m_workers;
     // Every thread not yet released, including those asked to quit.
     QList<QPointer<QThread>> m_liveThreads;
+    QMetaMethod m_deleteTh, m_givenMachingALine, m_calc;
 };

@@ -39,6 +39,14 @@ MatchingFExec5::MatchingFExec5(QThread *thread, MatchingRun *run, QObject *paren
 {
 }
 
+// Deleted on its own thread after deleteLater from the owner, who waits for the thread and
+// then takes over.
+MatchingFExec5::~MatchingFExec5()
+{
+    takeOver(this);
+    handOver(m_thread);
+}
+
 void MatchingFExec5::calc(TDDataWL *data, int iy, int wsx, int wex, int rw, int rh, double *r,
                           double a2)
 {
@@ -52,6 +60,8 @@ void MatchingFExec5::calc(TDDataWL *data, int iy, int wsx, int wex, int rw, int 
         for (int x = wsx; x < wex; ++x)
             vals << MatchingRun::directValue(*data, x, iy, rw, rh, r, a2);
     }
+    QThread *const thread = m_thread;
     handOver(this);
-    Q_EMIT calced(iy, vals, m_thread);
+    Q_EMIT calced(iy, vals, thread);
+    handOver(this); // the emission read this object too
 }

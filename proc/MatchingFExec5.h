@@ -17,6 +17,7 @@ public:
     // run, when given, supplies the row from the run's shared data and must outlive the
     // worker's thread; without it the row is summed directly from the arguments of calc.
     explicit MatchingFExec5(QThread *thread, MatchingRun *run = nullptr, QObject *parent = nullptr);
+    ~MatchingFExec5() override;
 
     QThread *workThread() const { return m_thread; }
 

@@ -28,6 +28,10 @@ struct FftwFree
 {
     void operator()(void *p) const { fftw_free(p); }
 };
+struct FftwlFree
+{
+    void operator()(void *p) const { fftwl_free(p); }
+};
 template <typename T> using FftwBuffer = std::unique_ptr<T[], FftwFree>;
 template <typename T> FftwBuffer<T> fftwAlloc(size_t n)
 {
@@ -40,7 +44,8 @@ template <typename T> FftwBuffer<T> fftwAlloc(size_t n)
 // is only safe for that once told so.
 void makeFftwThreadSafe()
 {
-    static const bool done = (fftw_make_planner_thread_safe(), true);
+    static const bool done =
+        (fftw_make_planner_thread_safe(), fftwl_make_planner_thread_safe(), true);
     (void)done;
 }
 
@@ -316,8 +321,29 @@ void MatchingRun::planTiles(Method method)
         }
     m_t1 = t1;
     m_t2 = std::sqrt(t2);
+    // The template's spectrum in long double, rounded once to double: its error is then
+    // pointwise, a unit of roundoff of each element, and no longer spreads the rounding of a
+    // whole transform onto the image's large (mean) frequencies.
+    using LongBuffer = std::unique_ptr<long double[], FftwlFree>;
+    LongBuffer inL(static_cast<long double *>(fftwl_malloc(sizeof(long double) * real)));
+    auto outL = std::unique_ptr<fftwl_complex[], FftwlFree>(
+        static_cast<fftwl_complex *>(fftwl_malloc(sizeof(fftwl_complex) * complex)));
+    if (!inL || !outL) throw std::bad_alloc();
+    const fftwl_plan planL =
+        fftwl_plan_dft_r2c_2d(m_ny, m_nx, inL.get(), outL.get(), FFTW_ESTIMATE);
+    if (!planL) {
+        m_fft.reset();
+        return;
+    }
+    for (size_t k = 0; k < real; ++k)
+        inL[k] = in[k];
+    fftwl_execute(planL);
+    fftwl_destroy_plan(planL);
     m_fft->templateSpectrum = fftwAlloc<fftw_complex>(complex);
-    fftw_execute_dft_r2c(m_fft->forward, in.get(), m_fft->templateSpectrum.get());
+    for (size_t k = 0; k < complex; ++k) {
+        m_fft->templateSpectrum[k][0] = double(outL[k][0]);
+        m_fft->templateSpectrum[k][1] = double(outL[k][1]);
+    }
     m_fast = true;
 }
 
@@ -506,13 +532,23 @@ void MatchingRun::computeTile(int band, int tile)
         fftw_execute_dft_c2r(m_fft->backward, spec.get(), a.get());
         const double pts = double(real);
         stScale = std::ldexp(m_templateScale, e) / pts;
-        // Rounding of an FFT of length N is bounded normwise by log2(N) * eta * ||x||_2 with
-        // eta a few units of roundoff. Through the product with the other spectrum, whose
-        // largest element is at most the 1-norm of its input, and the inverse transform, every
-        // output of the correlation is then off by at most
-        //   log2(N) * eta * (||t||_1 ||a||_2 + 2 ||a||_1 ||t||_2),
-        // taken here with eta = 8 eps; a and t are the scaled tile and template.
-        errST = 8.0 * kEps * std::log2(pts) * (m_t1 * std::sqrt(a2) + 2.0 * a1 * m_t2) *
+        double out2 = 0.0;
+        for (size_t k = 0; k < real; ++k)
+            out2 += a[k] * a[k];
+        const double corr2 = 1.01 * std::sqrt(out2) / pts;
+        // An FFT of length N is off by at most delta ||X||_2 in the 2-norm, delta = log2(N) eta
+        // with eta a few units of roundoff (taken as 8 eps). With A, B the spectra of the tile
+        // a and the template t (||A||_2 = sqrt(N) ||a||_2, |B_k| <= ||t||_1) and the product
+        // P = A B, whose 2-norm is sqrt(N) times that of the correlation c (Parseval), every
+        // output of the correlation is off by at most
+        //   delta (||a||_2 ||t||_1 + ||c||_2)    forward transform of a, inverse transform
+        //   + 4 eps ||c||_2                      the products
+        //   + delta_L ||a||_1 ||t||_2            B, computed in long double
+        // ||c||_2 is taken from the computed outputs; a and t are scaled as in the transforms.
+        const double lg = std::log2(pts);
+        const double epsL = std::numeric_limits<long double>::epsilon() / 2;
+        errST = (8.0 * kEps * lg * (std::sqrt(a2) * m_t1 + corr2) + 4.0 * kEps * corr2 +
+                 8.0 * double(epsL) * lg * a1 * m_t2) *
                 std::ldexp(m_templateScale, e);
     }
     // Compensated sums are within a few ulps of SS, plus eps^2 times the largest partial sum
