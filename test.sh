@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds Zelmap and runs every test. On a fresh Debian 12 machine it first installs what
 # is missing. --sanitize: a separate clang build with AddressSanitizer and
-# UndefinedBehaviorSanitizer, which also builds the libFuzzer targets.
+# UndefinedBehaviorSanitizer, which also builds the libFuzzer targets. --tsan: a clang build
+# with ThreadSanitizer of the tests of the threaded code only.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -9,7 +10,8 @@ mode=normal
 for arg in "$@"; do
     case "$arg" in
         --sanitize) mode=sanitize ;;
-        -h|--help) echo "usage: ./test.sh [--sanitize]"; exit 0 ;;
+        --tsan) mode=tsan ;;
+        -h|--help) echo "usage: ./test.sh [--sanitize|--tsan]"; exit 0 ;;
         *) echo "test.sh: unknown argument $arg" >&2; exit 2 ;;
     esac
 done
@@ -17,6 +19,17 @@ done
 tools/install-deps.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
+if [ "$mode" = tsan ]; then
+    # Only the tests that start threads are built and run here.
+    dir=build-tsan
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+        -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+        -DZELMAP_TSAN=ON -DZELMAP_BENCH=OFF
+    cmake --build "$dir" -j "$jobs" --target tst_matching
+    export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tools/tsan.supp"
+    QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" -R '^tst_matching$' --output-on-failure
+    exit 0
+fi
 if [ "$mode" = sanitize ]; then
     dir=build-sanitize
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -7,6 +7,7 @@
 #include "proc/AdaptiveThresholdF.h"
 #include "proc/ComparePeaksF.h"
 #include "proc/FindPeaksF.h"
+#include "proc/MatchingF.h"
 #include "proc/MovingAvrF.h"
 
 #include "ui_FilterCtrl.h"
@@ -35,8 +36,6 @@ FilterCtrl::FilterCtrl(DataCtrls *dataCtrls, QWidget *parent)
     connect(m_ui->MatchingExecB, &QPushButton::clicked, this, &FilterCtrl::execMatchingF);
     connect(m_ui->FindPeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execFindPeaksF);
     connect(m_ui->ComparePeaksExecB, &QPushButton::clicked, this, &FilterCtrl::execComparePeaksF);
-    // Matching is not part of the program yet.
-    m_ui->MatchingExecB->setEnabled(false);
 }
 
 FilterCtrl::~FilterCtrl() = default;
@@ -144,7 +143,23 @@ void FilterCtrl::execMovingAvrF()
     filter->deleteLater();
 }
 
-void FilterCtrl::execMatchingF() {}
+void FilterCtrl::execMatchingF()
+{
+    Target t;
+    if (!s1Target(&t)) return;
+    const int mode = matchingExecMode();
+    if (mode != 1 && mode != 2) return;
+    auto *filter = new MatchingF(matchingThresholdMode(), mode, matchingThreads(), this);
+    relay(filter);
+    connect(filter, &Filter::filteringLine, this, &FilterCtrl::filteringLine);
+    connect(filter, &Filter::filterProcTime, this, &FilterCtrl::filterProcTime);
+    // The threaded run outlives this slot; the filter says when its last thread has ended.
+    connect(filter, &MatchingF::finished, filter, &QObject::deleteLater);
+    if (mode == 1)
+        filter->execMatching2(t.image, t.rect);
+    else
+        filter->execMatching5(t.image, t.rect);
+}
 
 void FilterCtrl::execFindPeaksF()
 {

@@ -1050,4 +1050,11 @@ Standard deviation: %12</source>
             <translation>ピクセル</translation>
         </message>
     </context>
+    <context>
+        <name>MatchingF</name>
+        <message>
+            <source>%1: PM</source>
+            <translation>%1: PM</translation>
+        </message>
+    </context>
 </TS>

@@ -50,5 +50,6 @@ int lcf(const QStringList &args, QTextStream &out, QTextStream &err);
 void filterHelp(QTextStream &out);
 int filterMovingAvr(const QStringList &args, QTextStream &out, QTextStream &err);
 int filterAdaptiveThreshold(const QStringList &args, QTextStream &out, QTextStream &err);
+int filterMatch(const QStringList &args, QTextStream &out, QTextStream &err);
 
 } // namespace Cli

@@ -12,13 +12,15 @@ struct FilterCommand
     const char *usage = nullptr;
 };
 
-// Each filter adds its line here.
 const FilterCommand kFilters[] = {
     {"ma", &filterMovingAvr, "ma [--hw X Y] [--time] FILE -o OUT.zmp"},
     {"at", &filterAdaptiveThreshold, "at [--hw X Y] [--rect L T R B] [--time] FILE -o OUT.zmp"},
     {"peaks", &filterPeaks,
      "peaks [--num N] [--radius R] [--min] [--on-image] [--rect L T R B] [--time] FILE -o OUT.zmp"},
     {"compare-peaks", &filterComparePeaks, "compare-peaks [--min] [--time] FILE... -o OUT.zmp"},
+    {"match", &filterMatch,
+     "match --template L T R B [--arccos] [--rect L T R B] [--exec2 | --threads N] [--time] "
+     "FILE -o OUT.zmp"},
 };
 
 } // namespace

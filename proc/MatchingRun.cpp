@@ -1,0 +1,596 @@
+#include "proc/MatchingRun.h"
+
+#include "core/TDDataWL.h"
+
+#include <fftw3.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <thread>
+
+namespace {
+
+constexpr double kEps = std::numeric_limits<double>::epsilon() / 2; // unit roundoff
+// Pixels beyond this magnitude are summed directly: their squares, and sums of many of them,
+// stay far from overflow in the direct sum, and the FFT never sees them.
+const double kHuge = std::ldexp(1.0, 480);
+// SS * a2 outside this range is left to the direct sum, whose own product may then overflow
+// or underflow; inside it the direct sum's result is an ordinary number.
+const double kProductLow = std::ldexp(1.0, -900);
+const double kProductHigh = std::ldexp(1.0, 900);
+// Bound on |fast - direct| accepted for a cosine; the rest of the 1e-9 budget is margin.
+constexpr double kTolerance = 2.5e-10;
+constexpr double kPi = 3.141592653589793;
+
+struct FftwFree
+{
+    void operator()(void *p) const { fftw_free(p); }
+};
+struct FftwlFree
+{
+    void operator()(void *p) const { fftwl_free(p); }
+};
+template <typename T> using FftwBuffer = std::unique_ptr<T[], FftwFree>;
+template <typename T> FftwBuffer<T> fftwAlloc(size_t n)
+{
+    void *p = fftw_malloc(sizeof(T) * std::max<size_t>(n, 1));
+    if (!p) throw std::bad_alloc();
+    return FftwBuffer<T>(static_cast<T *>(p));
+}
+
+// Workers execute plans concurrently and a run may be released on any thread; FFTW's planner
+// is only safe for that once told so.
+void makeFftwThreadSafe()
+{
+    static const bool done =
+        (fftw_make_planner_thread_safe(), fftwl_make_planner_thread_safe(), true);
+    (void)done;
+}
+
+// Sizes 2^a 3^b 5^c 7^d, for which FFTW has fast codelets, in [lo, hi].
+std::vector<int> smoothSizes(qint64 lo, qint64 hi)
+{
+    std::vector<int> out;
+    for (qint64 a = 1; a <= hi; a *= 2)
+        for (qint64 b = a; b <= hi; b *= 3)
+            for (qint64 c = b; c <= hi; c *= 5)
+                for (qint64 d = c; d <= hi; d *= 7)
+                    if (d >= lo) out.push_back(int(d));
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+qint64 nextSmooth(qint64 n)
+{
+    for (qint64 m = std::max<qint64>(n, 1);; ++m) {
+        qint64 r = m;
+        for (int p : {2, 3, 5, 7})
+            while (r % p == 0)
+                r /= p;
+        if (r == 1) return m;
+    }
+}
+
+// Box sums of width k along rows: out[y][x] = sum of in[y][x .. x + k - 1], for x < outW.
+// Integer counts are exact with plain running sums.
+void boxRows(const qint32 *in, int inW, int rows, int k, int outW, qint32 *out)
+{
+    for (int y = 0; y < rows; ++y) {
+        const qint32 *r = in + qsizetype(y) * inW;
+        qint32 *o = out + qsizetype(y) * outW;
+        qint32 s = 0;
+        for (int i = 0; i < k; ++i)
+            s += r[i];
+        o[0] = s;
+        for (int x = 1; x < outW; ++x) {
+            s += r[x + k - 1] - r[x - 1];
+            o[x] = s;
+        }
+    }
+}
+
+void boxColumns(const qint32 *in, int w, int k, int outH, qint32 *out)
+{
+    std::memset(out, 0, sizeof(qint32) * size_t(w));
+    for (int j = 0; j < k; ++j)
+        for (int x = 0; x < w; ++x)
+            out[x] += in[qsizetype(j) * w + x];
+    for (int y = 1; y < outH; ++y) {
+        const qint32 *add = in + qsizetype(y + k - 1) * w;
+        const qint32 *sub = in + qsizetype(y - 1) * w;
+        const qint32 *prev = out + qsizetype(y - 1) * w;
+        qint32 *o = out + qsizetype(y) * w;
+        for (int x = 0; x < w; ++x)
+            o[x] = prev[x] + add[x] - sub[x];
+    }
+}
+
+// Running sums of non-negative values lose everything to cancellation when the window moves
+// from a bright part into a dark one; carrying each addition's exact rounding error (TwoSum)
+// keeps every sum within a few units of its last place, plus a term in eps^2 times the largest
+// partial sum.
+struct Compensated
+{
+    double s = 0.0;
+    double c = 0.0;
+    void add(double v)
+    {
+        const double t = s + v;
+        const double bp = t - s;
+        c += (s - (t - bp)) + (v - bp);
+        s = t;
+    }
+    double value() const { return s + c; }
+};
+
+void boxRowsCompensated(const double *in, int inW, int rows, int k, int outW, double *out)
+{
+    for (int y = 0; y < rows; ++y) {
+        const double *r = in + qsizetype(y) * inW;
+        double *o = out + qsizetype(y) * outW;
+        Compensated s;
+        for (int i = 0; i < k; ++i)
+            s.add(r[i]);
+        o[0] = s.value();
+        for (int x = 1; x < outW; ++x) {
+            s.add(r[x + k - 1]);
+            s.add(-r[x - 1]);
+            o[x] = s.value();
+        }
+    }
+}
+
+// Along columns, all columns at once so that the loops run over contiguous memory.
+void boxColumnsCompensated(const double *in, int w, int k, int outH, double *out)
+{
+    std::vector<double> s(size_t(w), 0.0), c(size_t(w), 0.0);
+    const auto step = [&](const double *row, double sign) {
+        for (int x = 0; x < w; ++x) {
+            const double v = sign * row[x];
+            const double t = s[size_t(x)] + v;
+            const double bp = t - s[size_t(x)];
+            c[size_t(x)] += (s[size_t(x)] - (t - bp)) + (v - bp);
+            s[size_t(x)] = t;
+        }
+    };
+    const auto writeRow = [&](int y) {
+        double *o = out + qsizetype(y) * w;
+        for (int x = 0; x < w; ++x)
+            o[x] = s[size_t(x)] + c[size_t(x)];
+    };
+    for (int j = 0; j < k; ++j)
+        step(in + qsizetype(j) * w, 1.0);
+    writeRow(0);
+    for (int y = 1; y < outH; ++y) {
+        step(in + qsizetype(y + k - 1) * w, 1.0);
+        step(in + qsizetype(y - 1) * w, -1.0);
+        writeRow(y);
+    }
+}
+
+} // namespace
+
+struct MatchingRun::Fft
+{
+    fftw_plan forward = nullptr;
+    fftw_plan backward = nullptr;
+    FftwBuffer<fftw_complex> templateSpectrum;
+    ~Fft()
+    {
+        if (forward) fftw_destroy_plan(forward);
+        if (backward) fftw_destroy_plan(backward);
+    }
+};
+
+MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int thresholdMode,
+                         Method method)
+    : m_width(source.width()), m_height(source.height()), m_thresholdMode(thresholdMode)
+{
+    if (m_width <= 0 || m_height <= 0) return;
+    const qsizetype n = source.pixelCount();
+    m_values = PixelBuffer<double>(n);
+    m_valid = PixelBuffer<quint8>(n);
+    const double *v = source.values();
+    const quint8 *f = source.validFlags();
+    double *mv = m_values.data();
+    bool special = false;
+    for (qsizetype i = 0; i < n; ++i) {
+        const double x = f[i] ? v[i] : 0.0;
+        mv[i] = x;
+        special |= !(std::fabs(x) <= kHuge);
+    }
+    std::memcpy(m_valid.data(), f, size_t(n));
+    m_anySpecial = special;
+
+    buildTemplate(source);
+
+    // Positions outside the image have nowhere to go.
+    m_x0 = int(std::clamp<qint64>(rect.left(), 0, m_width));
+    m_x1 = int(std::clamp<qint64>(rect.right(), m_x0, m_width));
+    m_y0 = int(std::clamp<qint64>(rect.top(), 0, m_height));
+    m_y1 = int(std::clamp<qint64>(rect.bottom(), m_y0, m_height));
+    if (!canRun() || m_x1 <= m_x0 || m_y1 <= m_y0) return;
+    planTiles(method);
+}
+
+MatchingRun::~MatchingRun() = default;
+
+void MatchingRun::buildTemplate(const TDDataWL &source)
+{
+    if (!source.isRegionSet()) return;
+    const QRect reg = source.region();
+    const qint64 left = reg.left(), top = reg.top();
+    // The region grown by one column and one row.
+    const qint64 tw1 = qint64(reg.right()) + 2 - left;
+    const qint64 th1 = qint64(reg.bottom()) + 2 - top;
+    if (tw1 <= 0 || th1 <= 0) return;
+    // Window offsets from the image's width on always fall outside it.
+    m_kw = int(std::min<qint64>(tw1, m_width));
+    m_kh = int(std::min<qint64>(th1, m_height));
+    m_template = PixelBuffer<double>(qsizetype(m_kw) * m_kh);
+    const double *v = source.values();
+    const quint8 *f = source.validFlags();
+    const auto inside = [&](qint64 x, qint64 y) {
+        return x >= 0 && x < m_width && y >= 0 && y < m_height;
+    };
+    for (int j = 0; j < m_kh; ++j)
+        for (int i = 0; i < m_kw; ++i) {
+            const qint64 x = left + i, y = top + j;
+            if (!inside(x, y)) continue;
+            const qsizetype k = qsizetype(y) * m_width + x;
+            if (f[k]) m_template[qsizetype(j) * m_kw + i] = v[k];
+        }
+    // The energy of the whole template, also of columns and rows that no window reaches.
+    const qint64 xa = std::max<qint64>(left, 0), xb = std::min<qint64>(left + tw1, m_width);
+    const qint64 ya = std::max<qint64>(top, 0), yb = std::min<qint64>(top + th1, m_height);
+    double a2 = 0.0;
+    for (qint64 y = ya; y < yb; ++y)
+        for (qint64 x = xa; x < xb; ++x) {
+            const qsizetype k = qsizetype(y) * m_width + x;
+            if (f[k]) a2 += v[k] * v[k];
+        }
+    m_a2 = a2;
+}
+
+void MatchingRun::planTiles(Method method)
+{
+    const qint64 cols = m_x1 - m_x0, rows = m_y1 - m_y0;
+    m_cos = PixelBuffer<double>(cols * rows);
+    // Only a finite template energy lets the FFT's error be bounded.
+    if (!std::isfinite(m_a2)) return;
+
+    const std::vector<int> xs = smoothSizes(m_kw, nextSmooth(cols + m_kw - 1));
+    const std::vector<int> ys = smoothSizes(m_kh, nextSmooth(rows + m_kh - 1));
+    double best = std::numeric_limits<double>::infinity();
+    for (int nx : xs) {
+        if (nx % 2 != 0 && nx > 16) continue; // r2c is quicker on even lengths
+        const qint64 tx = (cols + nx - m_kw) / (nx - m_kw + 1);
+        for (int ny : ys) {
+            const qint64 ty = (rows + ny - m_kh) / (ny - m_kh + 1);
+            const double pts = double(nx) * ny;
+            const double cost = double(tx * ty) * pts * (5.0 * std::log2(pts) + 40.0);
+            if (cost < best) {
+                best = cost;
+                m_nx = nx;
+                m_ny = ny;
+            }
+        }
+    }
+    const double direct = 4.0 * double(cols) * double(rows) * m_kw * m_kh;
+    if (m_nx == 0 || (method == Method::Auto && best >= direct) ||
+        double(m_nx) * m_ny > double(1 << 28))
+        return;
+
+    m_outW = m_nx - m_kw + 1;
+    m_outH = m_ny - m_kh + 1;
+    m_tilesX = int((cols + m_outW - 1) / m_outW);
+    m_bandCount = int((rows + m_outH - 1) / m_outH);
+    m_bands = std::make_unique<Band[]>(size_t(m_bandCount));
+    m_slots = std::make_unique<std::counting_semaphore<>>(
+        std::max<std::ptrdiff_t>(1, std::thread::hardware_concurrency()));
+
+    makeFftwThreadSafe();
+    m_fft = std::make_unique<Fft>();
+    const size_t real = size_t(m_nx) * m_ny, complex = size_t(m_nx / 2 + 1) * m_ny;
+    auto in = fftwAlloc<double>(real);
+    auto out = fftwAlloc<fftw_complex>(complex);
+    m_fft->forward = fftw_plan_dft_r2c_2d(m_ny, m_nx, in.get(), out.get(), FFTW_ESTIMATE);
+    m_fft->backward = fftw_plan_dft_c2r_2d(m_ny, m_nx, out.get(), in.get(), FFTW_ESTIMATE);
+    if (!m_fft->forward || !m_fft->backward) {
+        m_fft.reset();
+        return;
+    }
+
+    // The template scaled by a power of two to a largest magnitude near 1, so that no product
+    // in the FFT can overflow; the scaling itself is exact.
+    double maxAbs = 0.0;
+    for (qsizetype k = 0; k < m_template.size(); ++k)
+        maxAbs = std::max(maxAbs, std::fabs(m_template[k]));
+    const int e = maxAbs > 0.0 ? std::ilogb(maxAbs) : 0;
+    m_templateScale = std::ldexp(1.0, e);
+    std::fill(in.get(), in.get() + real, 0.0);
+    double t1 = 0.0, t2 = 0.0;
+    for (int j = 0; j < m_kh; ++j)
+        for (int i = 0; i < m_kw; ++i) {
+            const double t = std::ldexp(m_template[qsizetype(j) * m_kw + i], -e);
+            in[size_t(j) * m_nx + i] = t;
+            t1 += std::fabs(t);
+            t2 += t * t;
+        }
+    m_t1 = t1;
+    m_t2 = std::sqrt(t2);
+    // The template's spectrum in long double, rounded once to double: its error is then
+    // pointwise, a unit of roundoff of each element, and no longer spreads the rounding of a
+    // whole transform onto the image's large (mean) frequencies.
+    using LongBuffer = std::unique_ptr<long double[], FftwlFree>;
+    LongBuffer inL(static_cast<long double *>(fftwl_malloc(sizeof(long double) * real)));
+    auto outL = std::unique_ptr<fftwl_complex[], FftwlFree>(
+        static_cast<fftwl_complex *>(fftwl_malloc(sizeof(fftwl_complex) * complex)));
+    if (!inL || !outL) throw std::bad_alloc();
+    const fftwl_plan planL =
+        fftwl_plan_dft_r2c_2d(m_ny, m_nx, inL.get(), outL.get(), FFTW_ESTIMATE);
+    if (!planL) {
+        m_fft.reset();
+        return;
+    }
+    for (size_t k = 0; k < real; ++k)
+        inL[k] = in[k];
+    fftwl_execute(planL);
+    fftwl_destroy_plan(planL);
+    m_fft->templateSpectrum = fftwAlloc<fftw_complex>(complex);
+    for (size_t k = 0; k < complex; ++k) {
+        m_fft->templateSpectrum[k][0] = double(outL[k][0]);
+        m_fft->templateSpectrum[k][1] = double(outL[k][1]);
+    }
+    m_fast = true;
+}
+
+double MatchingRun::directValue(int x, int y) const
+{
+    const int iw = std::min(m_kw, m_width - x), jh = std::min(m_kh, m_height - y);
+    double ss = 0.0, st = 0.0;
+    if (std::isfinite(m_a2)) {
+        // Invalid pixels hold 0 and every template value is finite, so adding them changes
+        // neither sum.
+        for (int j = 0; j < jh; ++j) {
+            const double *s = m_values.data() + qsizetype(y + j) * m_width + x;
+            const double *t = m_template.data() + qsizetype(j) * m_kw;
+            for (int i = 0; i < iw; ++i) {
+                ss += s[i] * s[i];
+                st += s[i] * t[i];
+            }
+        }
+    } else {
+        for (int j = 0; j < jh; ++j) {
+            const qsizetype row = qsizetype(y + j) * m_width + x;
+            const double *t = m_template.data() + qsizetype(j) * m_kw;
+            for (int i = 0; i < iw; ++i) {
+                if (!m_valid[row + i]) continue;
+                const double s = m_values[row + i];
+                ss += s * s;
+                st += s * t[i];
+            }
+        }
+    }
+    if (!(ss > 0.0)) return kNoValue;
+    return st / std::sqrt(ss * m_a2);
+}
+
+double MatchingRun::directValue(const TDDataWL &data, int x, int y, int rw, int rh, const double *r,
+                                double a2)
+{
+    double ss = 0.0, st = 0.0;
+    for (int j = 0; j <= rh; ++j) {
+        const qint64 yy = qint64(y) + j;
+        if (yy < 0 || yy >= data.height()) continue;
+        for (int i = 0; i <= rw; ++i) {
+            const qint64 xx = qint64(x) + i;
+            if (xx < 0 || xx >= data.width() || !data.isValid(int(xx), int(yy))) continue;
+            const double s = data.value(int(xx), int(yy));
+            ss += s * s;
+            st += s * r[qsizetype(j) * (rw + 1) + i];
+        }
+    }
+    if (!(ss > 0.0)) return kNoValue;
+    return st / std::sqrt(ss * a2);
+}
+
+QList<double> MatchingRun::row(int y)
+{
+    const int cols = m_x1 - m_x0;
+    QList<double> vals(cols, kNoValue);
+    if (y < m_y0 || y >= m_y1 || m_cancelled.load(std::memory_order_relaxed)) return vals;
+    if (m_fast) {
+        ensureBand((y - m_y0) / m_outH);
+        if (m_cancelled.load(std::memory_order_relaxed)) return vals;
+        std::memcpy(vals.data(), m_cos.data() + qsizetype(y - m_y0) * cols,
+                    sizeof(double) * size_t(cols));
+    } else {
+        for (int x = m_x0; x < m_x1; ++x)
+            vals[x - m_x0] = directValue(x, y);
+    }
+    return vals;
+}
+
+void MatchingRun::computeAll()
+{
+    if (!m_fast) return;
+    for (int b = 0; b < m_bandCount && !m_cancelled.load(std::memory_order_relaxed); ++b)
+        ensureBand(b);
+}
+
+void MatchingRun::ensureBand(int band)
+{
+    Band &b = m_bands[size_t(band)];
+    if (b.done.load(std::memory_order_acquire) >= m_tilesX) return;
+    for (;;) {
+        const int t = b.next.fetch_add(1, std::memory_order_relaxed);
+        if (t >= m_tilesX) break;
+        m_slots->acquire();
+        computeTile(band, t);
+        m_slots->release();
+        b.done.fetch_add(1, std::memory_order_release);
+        b.done.notify_all();
+    }
+    for (int d = b.done.load(std::memory_order_acquire); d < m_tilesX;
+         d = b.done.load(std::memory_order_acquire))
+        b.done.wait(d, std::memory_order_acquire);
+}
+
+void MatchingRun::computeTile(int band, int tile)
+{
+    if (m_cancelled.load(std::memory_order_relaxed)) return;
+    const int ox = m_x0 + tile * m_outW, oy = m_y0 + band * m_outH;
+    const int ow = std::min(m_outW, m_x1 - ox), oh = std::min(m_outH, m_y1 - oy);
+    const int iw = ow + m_kw - 1, ih = oh + m_kh - 1; // inputs the outputs reach
+    const int aw = std::min(iw, m_width - ox), ah = std::min(ih, m_height - oy); // in the image
+    const int nx = m_nx, ny = m_ny;
+    const size_t real = size_t(nx) * ny, complex = size_t(nx / 2 + 1) * ny;
+
+    auto a = fftwAlloc<double>(real);
+    std::vector<double> q(size_t(iw) * ih, 0.0);
+    std::vector<qint32> nz(size_t(iw) * ih, 0);
+    std::vector<qint32> bad, huge;
+    if (m_anySpecial) {
+        bad.assign(size_t(iw) * ih, 0);
+        huge.assign(size_t(iw) * ih, 0);
+    }
+    std::fill(a.get(), a.get() + real, 0.0);
+    double maxAbs = 0.0, qSum = 0.0;
+    for (int y = 0; y < ah; ++y) {
+        const double *src = m_values.data() + qsizetype(oy + y) * m_width + ox;
+        double *ar = a.get() + size_t(y) * nx;
+        double *qr = q.data() + size_t(y) * iw;
+        qint32 *nr = nz.data() + size_t(y) * iw;
+        if (!m_anySpecial) {
+            for (int x = 0; x < aw; ++x) {
+                const double v = src[x];
+                ar[x] = v;
+                qr[x] = v * v;
+                nr[x] = v != 0.0;
+                maxAbs = std::max(maxAbs, std::fabs(v));
+            }
+        } else {
+            for (int x = 0; x < aw; ++x) {
+                const double v = src[x];
+                if (!std::isfinite(v)) {
+                    bad[size_t(y) * iw + x] = 1;
+                } else if (std::fabs(v) > kHuge) {
+                    huge[size_t(y) * iw + x] = 1;
+                } else {
+                    ar[x] = v;
+                    qr[x] = v * v;
+                    nr[x] = v != 0.0;
+                    maxAbs = std::max(maxAbs, std::fabs(v));
+                }
+            }
+        }
+        for (int x = 0; x < aw; ++x)
+            qSum += qr[x];
+    }
+
+    // Window counts, exact: no pixel of the window non-zero means SS = 0 exactly.
+    std::vector<qint32> rowsTmp(size_t(ow) * ih);
+    const auto counts = [&](const std::vector<qint32> &in) {
+        std::vector<qint32> out(size_t(ow) * oh);
+        boxRows(in.data(), iw, ih, m_kw, ow, rowsTmp.data());
+        boxColumns(rowsTmp.data(), ow, m_kh, oh, out.data());
+        return out;
+    };
+    const std::vector<qint32> nzCount = counts(nz);
+    const std::vector<qint32> badCount = m_anySpecial ? counts(bad) : std::vector<qint32>();
+    const std::vector<qint32> hugeCount = m_anySpecial ? counts(huge) : std::vector<qint32>();
+    std::vector<double> ss(size_t(ow) * oh), rowsSS(size_t(ow) * ih);
+    boxRowsCompensated(q.data(), iw, ih, m_kw, ow, rowsSS.data());
+    boxColumnsCompensated(rowsSS.data(), ow, m_kh, oh, ss.data());
+
+    // ST by FFT on the tile scaled to a largest magnitude near 1 (exact, and no overflow).
+    double errST = 0.0, stScale = 0.0;
+    if (maxAbs > 0.0) {
+        const int e = std::ilogb(maxAbs);
+        double a1 = 0.0, a2 = 0.0;
+        for (int y = 0; y < ah; ++y) {
+            double *ar = a.get() + size_t(y) * nx;
+            for (int x = 0; x < aw; ++x) {
+                const double s = std::ldexp(ar[x], -e);
+                ar[x] = s;
+                a1 += std::fabs(s);
+                a2 += s * s;
+            }
+        }
+        auto spec = fftwAlloc<fftw_complex>(complex);
+        fftw_execute_dft_r2c(m_fft->forward, a.get(), spec.get());
+        const fftw_complex *t = m_fft->templateSpectrum.get();
+        fftw_complex *c = spec.get();
+        for (size_t k = 0; k < complex; ++k) {
+            const double cr = c[k][0], ci = c[k][1], tr = t[k][0], ti = t[k][1];
+            c[k][0] = cr * tr + ci * ti;
+            c[k][1] = ci * tr - cr * ti;
+        }
+        fftw_execute_dft_c2r(m_fft->backward, spec.get(), a.get());
+        const double pts = double(real);
+        stScale = std::ldexp(m_templateScale, e) / pts;
+        double out2 = 0.0;
+        for (size_t k = 0; k < real; ++k)
+            out2 += a[k] * a[k];
+        const double corr2 = 1.01 * std::sqrt(out2) / pts;
+        // An FFT of length N is off by at most delta ||X||_2 in the 2-norm, delta = log2(N) eta
+        // with eta a few units of roundoff (taken as 8 eps). With A, B the spectra of the tile
+        // a and the template t (||A||_2 = sqrt(N) ||a||_2, |B_k| <= ||t||_1) and the product
+        // P = A B, whose 2-norm is sqrt(N) times that of the correlation c (Parseval), every
+        // output of the correlation is off by at most
+        //   delta (||a||_2 ||t||_1 + ||c||_2)    forward transform of a, inverse transform
+        //   + 4 eps ||c||_2                      the products
+        //   + delta_L ||a||_1 ||t||_2            B, computed in long double
+        // ||c||_2 is taken from the computed outputs; a and t are scaled as in the transforms.
+        const double lg = std::log2(pts);
+        const double epsL = std::numeric_limits<long double>::epsilon() / 2;
+        errST = (8.0 * kEps * lg * (std::sqrt(a2) * m_t1 + corr2) + 4.0 * kEps * corr2 +
+                 8.0 * double(epsL) * lg * a1 * m_t2) *
+                std::ldexp(m_templateScale, e);
+    }
+    // Compensated sums are within a few ulps of SS, plus eps^2 times the largest partial sum
+    // for each step taken.
+    const double ssFloor = 4.0 * double(iw + ih) * kEps * kEps * qSum;
+    const bool arcCos = m_thresholdMode == 2;
+
+    const qsizetype cols = m_x1 - m_x0;
+    for (int y = 0; y < oh; ++y) {
+        double *out = m_cos.data() + qsizetype(oy - m_y0 + y) * cols + (ox - m_x0);
+        const double *st = a.get() + size_t(y) * nx;
+        for (int x = 0; x < ow; ++x) {
+            const size_t k = size_t(y) * ow + x;
+            if (m_anySpecial && badCount[k] > 0) {
+                // A NaN makes SS NaN; an infinity makes SS infinite and ST infinite or NaN:
+                // either way the direct sum has no value here.
+                out[x] = kNoValue;
+                continue;
+            }
+            if (nzCount[k] == 0 && (!m_anySpecial || hugeCount[k] == 0)) {
+                out[x] = kNoValue;
+                continue;
+            }
+            const double ssf = ss[k];
+            const double product = ssf * m_a2;
+            bool fast = !(m_anySpecial && hugeCount[k] > 0) && product >= kProductLow &&
+                        product <= kProductHigh;
+            double c = 0.0;
+            if (fast) {
+                const double den = std::sqrt(product);
+                c = st[x] * stScale / den;
+                const double dc =
+                    errST / den + std::fabs(c) * (16.0 * kEps + ssFloor / ssf) + 8.0 * kEps;
+                if (!arcCos) {
+                    fast = dc <= kTolerance;
+                } else {
+                    // arccos magnifies an error dc near |c| = 1 by 1 / sqrt(1 - c^2).
+                    const double m = std::fabs(c) + dc;
+                    fast = m < 1.0 && dc / std::sqrt(1.0 - m * m) <= kTolerance * kPi;
+                }
+            }
+            out[x] = fast ? c : directValue(ox + x, oy + y);
+        }
+    }
+}
