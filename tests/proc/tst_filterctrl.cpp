@@ -43,6 +43,17 @@ void setText(QLineEdit *edit, const QString &text)
     QTest::keyClicks(edit, text);
 }
 
+// A plain left drag between two points given as fractions of the canvas.
+void dragOn(DispA *canvas, QPointF a, QPointF b)
+{
+    const QSize s = canvas->size();
+    const QPoint pa(int(a.x() * s.width()), int(a.y() * s.height()));
+    const QPoint pb(int(b.x() * s.width()), int(b.y() * s.height()));
+    QTest::mousePress(canvas, Qt::LeftButton, {}, pa);
+    QTest::mouseMove(canvas, pb);
+    QTest::mouseRelease(canvas, Qt::LeftButton, {}, pb);
+}
+
 } // namespace
 
 class TestFilterCtrl : public QObject
@@ -53,6 +64,8 @@ private Q_SLOTS:
     void formAsListed();
     void runsOnS1IntoTheDataList();
     void peaksFromThePanel();
+    void matchingFromThePanel_data();
+    void matchingFromThePanel();
 };
 
 void TestFilterCtrl::formAsListed()
@@ -147,14 +160,7 @@ void TestFilterCtrl::runsOnS1IntoTheDataList()
     body.imgBase()->setCurrentWidget(disp);
     DispA *canvas = disp->canvas();
     QTRY_VERIFY(canvas->isVisible());
-    const auto drag = [canvas](QPointF a, QPointF b) {
-        const QSize s = canvas->size();
-        const QPoint pa(int(a.x() * s.width()), int(a.y() * s.height()));
-        const QPoint pb(int(b.x() * s.width()), int(b.y() * s.height()));
-        QTest::mousePress(canvas, Qt::LeftButton, {}, pa);
-        QTest::mouseMove(canvas, pb);
-        QTest::mouseRelease(canvas, Qt::LeftButton, {}, pb);
-    };
+    const auto drag = [canvas](QPointF a, QPointF b) { dragOn(canvas, a, b); };
     auto *add = child<QPushButton>(disp, QStringLiteral("SetARegion"));
     drag({0.05, 0.05}, {0.3, 0.3});
     QTest::mouseClick(add, Qt::LeftButton);
@@ -232,6 +238,51 @@ void TestFilterCtrl::peaksFromThePanel()
     const QList<QPointF> peaks = *found->shape(found->shapeCount() - 1)->points();
     QCOMPARE(peaks.size(), 2);
     QCOMPARE(peaks.first(), firstMax(list->record(1)));
+}
+
+void TestFilterCtrl::matchingFromThePanel_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("Exec2") << QStringLiteral("PMExec2");
+    QTest::newRow("Exec5") << QStringLiteral("PMExec5");
+}
+
+void TestFilterCtrl::matchingFromThePanel()
+{
+    QFETCH(QString, path);
+    Body body;
+    body.show();
+    DataCtrls *list = body.dataCtrls();
+    body.calculatedData(makeRecord(3));
+    QTest::mouseClick(child<QPushButton>(&body, QStringLiteral("Filter")), Qt::LeftButton);
+    auto *frame = child<QWidget>(&body, QStringLiteral("FilterFrame"));
+    QTest::mouseClick(child<QRadioButton>(list->at(0), QStringLiteral("SingleSel1")),
+                      Qt::LeftButton);
+    QTest::mouseClick(child<QRadioButton>(frame, path), Qt::LeftButton);
+    auto *run = child<QPushButton>(frame, QStringLiteral("MatchingExecB"));
+
+    // Without a region on S1 there is no template: nothing happens.
+    QTest::mouseClick(run, Qt::LeftButton);
+    QTest::qWait(50);
+    QCOMPARE(list->count(), 1);
+
+    ImgDisp *disp = list->at(0)->display();
+    body.imgBase()->setCurrentWidget(disp);
+    QTRY_VERIFY(disp->canvas()->isVisible());
+    dragOn(disp->canvas(), {0.2, 0.2}, {0.4, 0.45});
+    const QRect region = list->record(0)->region();
+    QVERIFY(list->record(0)->isRegionSet() && region.width() > 1);
+    QTest::mouseClick(run, Qt::LeftButton);
+    QTRY_COMPARE(list->count(), 2);
+    const TDDataWL *pm = list->record(1);
+    QCOMPARE(pm->dataId(), QStringLiteral("img3: PM"));
+    QCOMPARE(pm->level(), 1);
+    // The template matches itself where it was cut.
+    QVERIFY(pm->isValid(region.left(), region.top()));
+    QCOMPARE(pm->value(region.left(), region.top()), 1.0);
+    const QString lastLine = path == QLatin1String("PMExec5") ? QStringLiteral("-1")
+                                                               : QString::number(28);
+    QTRY_COMPARE(child<QLabel>(&body, QStringLiteral("FilteringLine"))->text(), lastLine);
 }
 
 QTEST_MAIN(TestFilterCtrl)
