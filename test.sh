@@ -19,10 +19,16 @@ done
 tools/install-deps.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
+# A compiler cache, where the machine has one, makes repeated clean builds cheap.
+launcher=()
+if command -v ccache >/dev/null 2>&1; then
+    export CCACHE_BASEDIR="$PWD"
+    launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+fi
 if [ "$mode" = tsan ]; then
     # Only the tests that start threads are built and run here.
     dir=build-tsan
-    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
         -DZELMAP_TSAN=ON -DZELMAP_BENCH=OFF
     cmake --build "$dir" -j "$jobs" --target tst_matching
@@ -32,14 +38,14 @@ if [ "$mode" = tsan ]; then
 fi
 if [ "$mode" = sanitize ]; then
     dir=build-sanitize
-    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
         -DZELMAP_SANITIZE=ON -DZELMAP_FUZZ=ON -DZELMAP_BENCH=OFF
     export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1
     export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 else
     dir=build
-    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release
+    cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Release "${launcher[@]}"
 fi
 cmake --build "$dir" -j "$jobs"
 QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" --output-on-failure -j "$jobs"
