@@ -443,7 +443,11 @@ void TestLcfA::fitAndPointer()
         choose(*window->references().last(), kXafs + f);
     }
     QTest::mouseClick(child<QPushButton>(window, "Fit"), Qt::LeftButton);
+    // The result comes back through the event loop; till then the stack cannot lose an image.
+    QVERIFY(window->isFitting());
+    QTest::mouseClick(child<QPushButton>(window->dataCtrls()->at(0), "Del"), Qt::LeftButton);
     QTRY_COMPARE(list->count(), 12);
+    QCOMPARE(window->stack().size(), 6);
     QVERIFY(!window->isFitting());
     QVERIFY2(window->fitState().contains(QStringLiteral("63 pixels")),
              qPrintable(window->fitState()));
