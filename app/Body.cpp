@@ -256,6 +256,8 @@ void Body::execLcfA()
     auto *launcher = new QPushButton(QStringLiteral("LCFA %1").arg(name), this);
     launcher->setObjectName(QStringLiteral("LCFA_%1").arg(name));
     connect(launcher, &QPushButton::clicked, window, &LcfA::bringUp);
+    connect(window, &LcfA::newFittedData, this, &Body::calculatedData);
+    connect(m_dataCtrls, &DataCtrls::pointedAt, window, &LcfA::pointedAt);
     m_ui->LCFACalls->addWidget(launcher);
     m_lcfAs.append(window);
     window->show();

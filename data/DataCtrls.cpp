@@ -201,6 +201,7 @@ void DataCtrls::noticedAt(int ix, int iy)
 {
     for (DataCtrl *e : std::as_const(m_entries))
         e->noticedAt(ix, iy);
+    Q_EMIT pointedAt(ix, iy);
 }
 
 void DataCtrls::deleteAnDc()

@@ -43,6 +43,8 @@ public:
 
 Q_SIGNALS:
     void selsChanged(int selS1Idx, int selS2Idx, QList<bool> selsA, QList<bool> selsB);
+    // The pixel the mouse points at in any entry's display, after every entry has marked it.
+    void pointedAt(int ix, int iy);
 
 private Q_SLOTS:
     void aCtrlFocused();

@@ -926,6 +926,90 @@ Standard deviation: %12</source>
             <source>%1 (E0 %2 eV)</source>
             <translation>%1（E0 %2 eV）</translation>
         </message>
+        <message>
+            <source>Fit</source>
+            <translation>フィット</translation>
+        </message>
+        <message>
+            <source>Fit every pixel of the usable stack images with the references in use; the maps join the main window's list</source>
+            <translation>使用可能な系列画像の全画素を使用中の標準試料でフィットし、得たマップをメインウィンドウの一覧に加える</translation>
+        </message>
+        <message>
+            <source>non-negative</source>
+            <translation>非負</translation>
+        </message>
+        <message>
+            <source>free</source>
+            <translation>制約なし</translation>
+        </message>
+        <message>
+            <source>sum to one</source>
+            <translation>合計 1</translation>
+        </message>
+        <message>
+            <source>non-negative: weights &gt;= 0; free: any sign; sum to one: weights &gt;= 0 adding up to 1, for stacks already normalised</source>
+            <translation>非負：重み ≥ 0、制約なし：符号は自由、合計 1：重み ≥ 0 で和が 1（規格化済みの系列向け）</translation>
+        </message>
+        <message>
+            <source>Offset</source>
+            <translation>オフセット</translation>
+        </message>
+        <message>
+            <source>Fit a constant of any sign with the weights: the absorption of everything else in the pixel</source>
+            <translation>符号自由の定数を重みと同時にフィット：画素内のほかのすべての吸収</translation>
+        </message>
+        <message>
+            <source>Cancel</source>
+            <translation>中止</translation>
+        </message>
+        <message>
+            <source>%1 is %2 x %3, unlike %4 (%5 x %6)</source>
+            <translation>%1 は %2 x %3 で、%4（%5 x %6）と大きさが違います</translation>
+        </message>
+        <message>
+            <source>no reference is loaded with &quot;Use&quot; ticked</source>
+            <translation>「Use」にチェックのある読込済みの標準試料がありません</translation>
+        </message>
+        <message>
+            <source>Fit refused: %1</source>
+            <translation>フィットできません：%1</translation>
+        </message>
+        <message>
+            <source>Fitting %1 x %2 pixels at %3 energies...</source>
+            <translation>%1 x %2 画素を %3 点のエネルギーでフィット中...</translation>
+        </message>
+        <message>
+            <source>Fit cancelled: nothing added</source>
+            <translation>フィットを中止しました：何も追加していません</translation>
+        </message>
+        <message>
+            <source>%1 %2 %</source>
+            <translation>%1 %2 %</translation>
+        </message>
+        <message>
+            <source>Fit done: %1 pixels valid in every image; mean fractions: %2</source>
+            <translation>フィット完了：全画像で有効な画素 %1 個、平均分率：%2</translation>
+        </message>
+        <message>
+            <source>pixel (%1, %2)</source>
+            <translation>画素 (%1, %2)</translation>
+        </message>
+        <message>
+            <source>Pixel (%1, %2): not valid in every image</source>
+            <translation>画素 (%1, %2)：無効な画像があります</translation>
+        </message>
+        <message>
+            <source>fit</source>
+            <translation>フィット</translation>
+        </message>
+        <message>
+            <source>%1 x %2</source>
+            <translation>%1 × %2</translation>
+        </message>
+        <message>
+            <source>Pixel (%1, %2): total %3, residual %4</source>
+            <translation>画素 (%1, %2)：合計 %3、残差 %4</translation>
+        </message>
     </context>
     <context>
         <name>LcfACtrl</name>

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "xafs/LcfModel.h"
 #include "xafs/StackEnergy.h"
 
 #include <QList>
+#include <QPointer>
 #include <QWidget>
 
 #include <memory>
@@ -13,7 +15,13 @@ class FDGroup;
 class ImgBase;
 class LCFReference;
 class LcfACtrl;
+class LcfFitRunner;
+class QCheckBox;
+class QComboBox;
 class QHBoxLayout;
+class QLabel;
+class QProgressBar;
+class QPushButton;
 class SpectrumPlot;
 class TDDataWL;
 class Ui_LcfA;
@@ -65,18 +73,48 @@ public:
     // Shows the window and its image base (when ticked) and brings it to the front.
     void bringUp();
 
+    bool isFitting() const;
+    // What the last fit, refusal or pointed pixel said.
+    QString fitState() const;
+
 Q_SIGNALS:
     void stackChanged();
     void referencesChanged();
+    // A fit's output image; whoever is connected takes ownership. Without a receiver the
+    // outputs join the window's own list.
+    void newFittedData(TDDataWL *data);
 
 public Q_SLOTS:
     void showImgBase(bool f);
+    // Fits every pixel of the usable stack images against the references in use, off the
+    // user-interface thread.
+    void fit();
+    void cancelFit();
+    // Fits the pixel (ix, iy) of the stack and shows its fractions, weights and curves.
+    void pointedAt(int ix, int iy);
 
 protected:
     void closeEvent(QCloseEvent *e) override;
     void showEvent(QShowEvent *e) override;
 
 private:
+    // What a fit of the present stack and references takes.
+    struct FitInput
+    {
+        LcfModel model;
+        QList<QPointer<DataCtrl>> entries;        // at the model's energies
+        QList<QPointer<LCFReference>> references; // in the model's order
+        QStringList labels;
+    };
+
+    void setUpFitTools();
+    LcfModel::FitKind chosenKind() const;
+    // False with *error when the stack or the references cannot be fitted as they are.
+    bool prepareFit(FitInput *input, QString *error) const;
+    void fitFinished();
+    void fitProgress(int percent);
+    void showFitting(bool on);
+    void rebuildReadout();
     void energiesChanged();
     void referenceChanged();
     void refreshPlot();
@@ -88,4 +126,16 @@ private:
     SpectrumPlot *m_plot = nullptr;
     FDGroup *m_dialogs = nullptr;
     int m_nextColour = 0;
+
+    QComboBox *m_fitKind = nullptr;
+    QCheckBox *m_fitOffset = nullptr;
+    QPushButton *m_fitButton = nullptr;
+    QPushButton *m_cancelButton = nullptr;
+    QProgressBar *m_progress = nullptr;
+    QLabel *m_fitState = nullptr;
+    LcfFitRunner *m_runner = nullptr;
+    // The model the pointer read-out fits with, rebuilt when the stack or references change;
+    // unbuilt while they cannot be fitted.
+    FitInput m_readout;
+    QStringList m_fitNames; // the references of the fit under way, for its summary
 };

@@ -1,7 +1,6 @@
 #include "Cli.h"
 
 #include "core/TDDataWL.h"
-#include "xafs/EnergyParser.h"
 #include "xafs/LcfEngine.h"
 #include "xafs/LcfModel.h"
 #include "xafs/XafsSpectrum.h"
@@ -129,8 +128,6 @@ private slots:
     void recoversSyntheticStack();
     void refusals_data();
     void refusals();
-    void energyFromName_data();
-    void energyFromName();
     void copperMixtures();
     void commandLineRoundTrip();
 };
@@ -345,30 +342,6 @@ void TestLcfEngine::refusals()
         LcfEngine::run(model, pointers(stack), {}, &error, {"a", "b", QStringLiteral("odd.zmp")});
     QVERIFY(!result.ok());
     QVERIFY2(error.startsWith(QStringLiteral("odd.zmp is 4 x 5")), qPrintable(error));
-}
-
-void TestLcfEngine::energyFromName_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<double>("energy");
-    QTest::newRow("plain") << "mu_7112eV.zmp" << 7112.0;
-    QTest::newRow("decimal, blank") << "I0 7100.5 eV.tif" << 7100.5;
-    QTest::newRow("negative") << "shift_-5eV.zmp" << -5.0;
-    QTest::newRow("last wins") << "step10eV_at_7125eV.zmp" << 7125.0;
-    QTest::newRow("inside a word") << "runE7120eVb.zmp" << 7120.0;
-    QTest::newRow("keV is not eV") << "scan_7keV.zmp" << double(NAN);
-    QTest::newRow("none") << "mu.zmp" << double(NAN);
-}
-
-void TestLcfEngine::energyFromName()
-{
-    QFETCH(QString, name);
-    QFETCH(double, energy);
-    const double e = EnergyParser::fromName(name);
-    if (std::isnan(energy))
-        QVERIFY(std::isnan(e));
-    else
-        QCOMPARE(e, energy);
 }
 
 void TestLcfEngine::copperMixtures()

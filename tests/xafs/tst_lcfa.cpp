@@ -7,15 +7,20 @@
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
 #include "display/DispA.h"
+#include "display/ImgDisp.h"
 #include "xafs/LCFReference.h"
 #include "xafs/LcfA.h"
 #include "xafs/LcfACtrl.h"
+#include "xafs/LcfEngine.h"
+#include "xafs/LcfModel.h"
 #include "xafs/SpectrumPlot.h"
 #include "xafs/StackEnergy.h"
+#include "xafs/VictLine.h"
 #include "xafs/XafsFileSelect.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -63,6 +68,52 @@ TDDataWL *record(const QString &id, double value)
     return r;
 }
 
+const QList<double> kEnergies = {8970, 8980, 8984, 8990, 9000, 9020};
+const QStringList kRefFiles = {QStringLiteral("cu_foil_herfd.dat"),
+                               QStringLiteral("cu_cuo_herfd.dat")};
+
+// Weights of the two references at pixel (x, y) of the synthetic stack.
+double weightA(int x, int)
+{
+    return 0.2 + 0.05 * x;
+}
+double weightB(int, int y)
+{
+    return 0.1 + 0.1 * y;
+}
+
+// An 8 x 8 image at energy e mixing the references with the pixel's weights.
+TDDataWL *mixture(const QList<LcfModel::Reference> &refs, double e, int width = 8)
+{
+    auto *r = new TDDataWL(width, 8);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < width; ++x)
+            r->setValue(qsizetype(y) * width + x,
+                        weightA(x, y) * refs[0].curve(e) + weightB(x, y) * refs[1].curve(e), true);
+    r->setDataId(QStringLiteral("mu_%1eV").arg(e));
+    return r;
+}
+
+QList<LcfModel::Reference> references()
+{
+    QList<LcfModel::Reference> refs;
+    for (const QString &f : kRefFiles) {
+        QString error;
+        refs << *LcfModel::fromFile(kXafs + f, VictLine::kStraight, 0.0, &error);
+    }
+    return refs;
+}
+
+void moveOver(ImgDisp *disp, int x, int y)
+{
+    DispA *canvas = disp->canvas();
+    const QPoint at(int(disp->coord()->dataToScreenX(x + 0.5)),
+                    int(disp->coord()->dataToScreenY(y + 0.5)));
+    QMouseEvent move(QEvent::MouseMove, at, canvas->mapToGlobal(at), Qt::NoButton, Qt::NoButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(canvas, &move);
+}
+
 } // namespace
 
 class TestLcfA : public QObject
@@ -80,6 +131,9 @@ private Q_SLOTS:
     void unusableReference();
     void windowsFromMainWindow();
     void plotFollowsUntilZoomed();
+    void fitAndPointer();
+    void fitRefused_data();
+    void fitRefused();
 };
 
 void TestLcfA::energyFromLabel_data()
@@ -91,6 +145,9 @@ void TestLcfA::energyFromLabel_data()
     QTest::newRow("keV") << "Fe_7.112keV.tif" << 7112.0;
     QTest::newRow("derived id") << "I0_7100eV: MA(3,3)" << 7100.0;
     QTest::newRow("first wins") << "a 7100eV b 7200eV" << 7100.0;
+    QTest::newRow("file name") << "I0 7100.5 eV.tif" << 7100.5;
+    QTest::newRow("hyphen separates") << "mu-7112eV.zmp" << 7112.0;
+    QTest::newRow("after a letter") << "runE7120eV.zmp" << 7120.0;
     QTest::newRow("word") << "7117eVal" << 0.0;
     QTest::newRow("no unit") << "scan_7117" << 0.0;
     QTest::newRow("zero") << "0eV" << 0.0;
@@ -365,6 +422,149 @@ void TestLcfA::plotFollowsUntilZoomed()
     QTest::mouseDClick(canvas, Qt::LeftButton, Qt::NoModifier, centre);
     QCOMPARE(canvas->coord.dataRange().x0, plot->autoRange().left());
     QCOMPARE(plot->autoRange().left(), ref->spectrum().e0() - 20.0 - 40.0);
+}
+
+void TestLcfA::fitAndPointer()
+{
+    ConfigStore::instance().clear();
+    Body body;
+    body.show();
+    const QList<LcfModel::Reference> refs = references();
+    DataCtrls *list = body.dataCtrls();
+    for (double e : kEnergies)
+        body.calculatedData(mixture(refs, e));
+    list->record(2)->setValue(9, 0.0, false); // pixel (1, 1)
+    for (int i = 0; i < list->count(); ++i)
+        QTest::mouseClick(static_cast<QCheckBox *>(list->at(i)->aBox()), Qt::LeftButton);
+    QTest::mouseClick(child<QPushButton>(&body, "LCFA"), Qt::LeftButton);
+    LcfA *window = body.lcfWindows().at(0);
+    for (const QString &f : kRefFiles) {
+        QTest::mouseClick(child<QPushButton>(window, "AddReference"), Qt::LeftButton);
+        choose(*window->references().last(), kXafs + f);
+    }
+    QTest::mouseClick(child<QPushButton>(window, "Fit"), Qt::LeftButton);
+    // The result comes back through the event loop; till then the stack cannot lose an image.
+    QVERIFY(window->isFitting());
+    QTest::mouseClick(child<QPushButton>(window->dataCtrls()->at(0), "Del"), Qt::LeftButton);
+    QTRY_COMPARE(list->count(), 12);
+    QCOMPARE(window->stack().size(), 6);
+    QVERIFY(!window->isFitting());
+    QVERIFY2(window->fitState().contains(QStringLiteral("63 pixels")),
+             qPrintable(window->fitState()));
+
+    // The same as the engine run directly on the window's stack.
+    LcfModel model;
+    QString error;
+    QVERIFY(model.build(kEnergies, refs, LcfModel::FitKind::NonNegative, false, &error));
+    QList<const TDData0 *> images;
+    for (const LcfA::StackImage &s : window->stack())
+        images << s.record;
+    LcfEngine::Result direct = LcfEngine::run(model, images, {}, &error);
+    const std::vector<std::unique_ptr<TDDataWL>> expected = direct.takeRecords();
+    QCOMPARE(expected.size(), size_t(6));
+    for (size_t i = 0; i < expected.size(); ++i) {
+        const TDDataWL *got = list->record(int(6 + i));
+        QCOMPARE(got->dataId(), expected[i]->dataId());
+        QCOMPARE(got->level(), list->record(0)->level() + 1);
+        for (qsizetype p = 0; p < got->pixelCount(); ++p) {
+            QCOMPARE(got->isValid(p), expected[i]->isValid(p));
+            if (got->isValid(p)) QCOMPARE(got->value(p), expected[i]->value(p));
+        }
+    }
+    QCOMPARE(list->record(6)->dataId(), QStringLiteral("LCF[cu_foil_herfd] w"));
+    QCOMPARE(list->record(9)->dataId(), QStringLiteral("LCF[cu_cuo_herfd] f"));
+    QVERIFY(!list->record(6)->isValid(9));
+
+    // Pointing at a pixel of the window's images, then of the main window's: each row shows
+    // the pixel's fraction and weight, the plot its points, the fit and the contributions.
+    const auto shown = [](DataCtrls *l) {
+        ImgDisp *d = nullptr;
+        for (int i = 0; i < l->count(); ++i)
+            if (l->at(i)->display()->isVisible()) d = l->at(i)->display();
+        return d;
+    };
+    for (const auto &[disp, x, y] :
+         {std::tuple(shown(window->dataCtrls()), 3, 5), std::tuple(shown(list), 6, 2)}) {
+        QVERIFY(disp);
+        moveOver(disp, x, y);
+        const double a = weightA(x, y), b = weightB(x, y);
+        const QList<LCFReference *> rows = window->references();
+        QCOMPARE(child<QLineEdit>(rows[0], "R")->text(),
+                 QString::asprintf("%5.2f", 100 * a / (a + b)));
+        QCOMPARE(child<QLineEdit>(rows[1], "R")->text(),
+                 QString::asprintf("%5.2f", 100 * b / (a + b)));
+        QVERIFY(std::abs(child<QLineEdit>(rows[0], "T")->text().toDouble() - a) < 1e-5);
+        QVERIFY(std::abs(child<QLineEdit>(rows[1], "T")->text().toDouble() - b) < 1e-5);
+        const QList<SpectrumPlot::Layer> layers = window->plot()->layers();
+        QCOMPARE(layers.size(), 4);
+        QCOMPARE(layers[3].points.size(), kEnergies.size());
+        QCOMPARE(layers[3].points[1],
+                 QPointF(kEnergies[1], list->record(1)->value(qsizetype(y) * 8 + x)));
+        // Fit and contributions add up wherever they are sampled.
+        const QPolygonF &fit = layers[2].points;
+        QVERIFY(fit.size() > 100);
+        for (int i : {0, int(fit.size()) / 2}) {
+            QCOMPARE(fit[i].x(), layers[0].points[i].x());
+            QVERIFY(std::abs(fit[i].y() - layers[0].points[i].y() - layers[1].points[i].y()) <
+                    1e-9);
+        }
+    }
+}
+
+void TestLcfA::fitRefused_data()
+{
+    QTest::addColumn<int>("images");
+    QTest::addColumn<int>("refs"); // 2: the two references; 3: the first twice
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("odd"); // "size", "energy" or none
+    QTest::addColumn<QString>("message");
+    QTest::newRow("no reference") << 6 << 0 << "non-negative"
+                                  << ""
+                                  << "no reference";
+    QTest::newRow("underdetermined") << 2 << 3 << "non-negative"
+                                     << ""
+                                     << "cannot determine";
+    QTest::newRow("dependent, free") << 6 << 3 << "free"
+                                     << ""
+                                     << "linear combination";
+    QTest::newRow("duplicate energy") << 6 << 2 << "non-negative"
+                                      << "energy"
+                                      << "both at 8990";
+    QTest::newRow("other size") << 6 << 2 << "non-negative"
+                                << "size"
+                                << "mu_9020eV is 7 x 8";
+}
+
+void TestLcfA::fitRefused()
+{
+    QFETCH(int, images);
+    QFETCH(int, refs);
+    QFETCH(QString, kind);
+    QFETCH(QString, odd);
+    QFETCH(QString, message);
+    const QList<LcfModel::Reference> curves = references();
+    LcfA window(QStringLiteral("5"));
+    window.show();
+    for (int k = 0; k < images; ++k) {
+        std::unique_ptr<TDDataWL> r(
+            mixture(curves, kEnergies[k], odd == QLatin1String("size") && k == 5 ? 7 : 8));
+        if (odd == QLatin1String("energy") && k == 5) r->setDataId(QStringLiteral("mu_8990eV"));
+        window.addImage(*r);
+    }
+    for (int i = 0; i < refs; ++i) {
+        QTest::mouseClick(child<QPushButton>(&window, "AddReference"), Qt::LeftButton);
+        choose(*window.references().last(), kXafs + kRefFiles[i == 2 ? 0 : i]);
+    }
+    auto *kinds = child<QComboBox>(&window, "FitKind");
+    kinds->setFocus();
+    while (kinds->currentText() != kind)
+        QTest::keyClick(kinds, Qt::Key_Down);
+    QTest::mouseClick(child<QPushButton>(&window, "Fit"), Qt::LeftButton);
+    QVERIFY(!window.isFitting());
+    QVERIFY2(window.fitState().startsWith(QStringLiteral("Fit refused: ")) &&
+                 window.fitState().contains(message),
+             qPrintable(window.fitState()));
+    QCOMPARE(window.dataCtrls()->count(), images);
 }
 
 QTEST_MAIN(TestLcfA)

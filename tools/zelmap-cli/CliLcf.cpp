@@ -4,9 +4,9 @@
 #include "CliOptions.h"
 
 #include "core/TDDataWL.h"
-#include "xafs/EnergyParser.h"
 #include "xafs/LcfEngine.h"
 #include "xafs/LcfModel.h"
+#include "xafs/StackEnergy.h"
 #include "xafs/VictLine.h"
 
 #include <QDir>
@@ -81,13 +81,14 @@ int lcf(const QStringList &args, QTextStream &out, QTextStream &err)
                 QStringLiteral("%1 energies for %2 images").arg(energies.size()).arg(files.size()));
     } else {
         for (const QString &f : files) {
-            const double e = EnergyParser::fromName(QFileInfo(f).fileName());
-            if (std::isnan(e))
+            // The folder is left out: "scan_7keV/mu.zmp" would otherwise read as 7000 eV.
+            const std::optional<double> e = StackEnergy::fromLabel(QFileInfo(f).fileName());
+            if (!e)
                 return options.usageError(
                     err, QStringLiteral("no energy such as '7112eV' in the name of %1; "
                                         "give --energies")
                              .arg(f));
-            energies << e;
+            energies << *e;
         }
     }
 
