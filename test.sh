@@ -31,9 +31,11 @@ if [ "$mode" = tsan ]; then
     cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
         -DZELMAP_TSAN=ON -DZELMAP_BENCH=OFF
-    cmake --build "$dir" -j "$jobs" --target tst_matching
+    threaded='tst_matching tst_windowfilters tst_LcfEngine tst_lcfa'
+    # shellcheck disable=SC2086
+    cmake --build "$dir" -j "$jobs" --target $threaded
     export TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tools/tsan.supp"
-    QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" -R '^tst_matching$' --output-on-failure
+    QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" -R "^(${threaded// /|})\$" --output-on-failure
     exit 0
 fi
 if [ "$mode" = sanitize ]; then
