@@ -1,5 +1,5 @@
-// The relation frame in the main window: its options' readers, its forms, selections drawn
-// with the mouse on the map and marked in the S1 and S2 displays, and the mask image.
+// The relation frame in the main window: its options' readers, selections drawn with the
+// mouse on the map and marked in the S1 and S2 displays, and the mask image.
 #include "app/Body.h"
 #include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
@@ -11,10 +11,7 @@
 #include "relation/RelationDispCtrl.h"
 #include "relation/RelationDispCtrlOptions.h"
 
-#include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
-#include <QMetaMethod>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
@@ -49,7 +46,6 @@ class TestRelationDispCtrl : public QObject
 private slots:
     void optionsReadFieldsAfresh_data();
     void optionsReadFieldsAfresh();
-    void forms();
     void mouseSelectionMarksImages_data();
     void mouseSelectionMarksImages();
 };
@@ -59,24 +55,18 @@ void TestRelationDispCtrl::optionsReadFieldsAfresh_data()
     QTest::addColumn<QString>("field");
     QTest::addColumn<QString>("text");
     QTest::addColumn<double>("want");
-    QTest::newRow("hw 7") << "kernelHW_"
-                          << "7" << 7.0;
-    QTest::newRow("hw 2.5") << "kernelHW_"
-                            << "2.5" << 0.0;
-    QTest::newRow("hw -3") << "kernelHW_"
-                           << "-3" << -3.0;
-    QTest::newRow("hw past 32 bits") << "kernelHW_"
-                                     << "4294967296" << 0.0;
-    QTest::newRow("hw text") << "kernelHW_"
-                             << "ten" << 0.0;
-    QTest::newRow("b 1e-3") << "bVal_"
-                            << "1e-3" << 0.001;
-    QTest::newRow("b text") << "bVal_"
-                            << "b" << 0.0;
-    QTest::newRow("R 0.5") << "colorMaxRange_"
-                           << "0.5" << 0.5;
-    QTest::newRow("R empty") << "colorMaxRange_"
-                             << "" << 0.0;
+    const auto row = [](const char *name, const char *field, const char *text, double want) {
+        QTest::newRow(name) << QString::fromLatin1(field) << QString::fromLatin1(text) << want;
+    };
+    row("hw 7", "kernelHW_", "7", 7.0);
+    row("hw 2.5", "kernelHW_", "2.5", 0.0);
+    row("hw -3", "kernelHW_", "-3", -3.0);
+    row("hw past 32 bits", "kernelHW_", "4294967296", 0.0);
+    row("hw text", "kernelHW_", "ten", 0.0);
+    row("b 1e-3", "bVal_", "1e-3", 0.001);
+    row("b text", "bVal_", "b", 0.0);
+    row("R 0.5", "colorMaxRange_", "0.5", 0.5);
+    row("R empty", "colorMaxRange_", "", 0.0);
 }
 
 void TestRelationDispCtrl::optionsReadFieldsAfresh()
@@ -94,46 +84,6 @@ void TestRelationDispCtrl::optionsReadFieldsAfresh()
                        : field == "bVal_"   ? options.boundaryValue()
                                             : options.colorMaxRange();
     QCOMPARE(got, want);
-}
-
-void TestRelationDispCtrl::forms()
-{
-    RelationDispCtrl ctrl;
-    QCOMPARE(ctrl.windowTitle(), QStringLiteral("Relation Disp Ctrl"));
-    QCOMPARE(ctrl.options()->windowTitle(), QStringLiteral("Frame"));
-    QCOMPARE(child<QLabel>(&ctrl, "label")->text(), QStringLiteral("[deg])"));
-    QCOMPARE(child<QLabel>(ctrl.options(), "label")->text(), QStringLiteral("Histgram"));
-    QCOMPARE(child<QPushButton>(&ctrl, "reDrawHistg_")->text(), QStringLiteral("ReDraw"));
-    QCOMPARE(
-        child<QLabel>(&ctrl, "label_4")->toolTip(),
-        QStringLiteral(
-            "<html><head/><body><p>MaxV := Peak Value of Histgram</p><p>V : Value of "
-            "Histgram at a Point</p><p>C := Max Color Value (Typically 255)</p><p>R: = "
-            "&quot;Color Max. Range&quot;</p><p>Color value c at a Point is calculated as "
-            ":</p><p>c := V / ( MaxV * R ) * C ( if c &gt; C =&gt; c = C )W</p></body></html>"));
-    for (const char *name : {"kernelHW_", "bVal_", "colorMaxRange_", "sectorWDeg_"})
-        QCOMPARE(child<QLineEdit>(&ctrl, name)->styleSheet(),
-                 QStringLiteral("background-color: rgb(255, 255, 255);"));
-    auto *width = child<QLineEdit>(&ctrl, "sectorWDeg_");
-    QCOMPARE(width->text(), QStringLiteral("20"));
-    QCOMPARE(width->maximumWidth(), 50);
-    QVERIFY(width->alignment() & Qt::AlignRight);
-    auto *sector = child<QRadioButton>(&ctrl, "selSector_");
-    QVERIFY(sector->isChecked());
-    QCOMPARE(sector->text(), QStringLiteral("Sector (w :"));
-    QCOMPARE(ctrl.sectorHalfAngle(), 10.0 / 180.0 * std::numbers::pi);
-
-    // The frame's own methods keep their order, after whatever the framework adds.
-    const QStringList order = {
-        "composite",     "setSectHw",      "setIsSectorMode", "setIsRegionMode", "dispScaleReset",
-        "mMovedWithin",  "mPressedWithin", "mReleasedWithin", "setNewData",      "makeHistMap",
-        "reMakeHistMap", "draw",           "makeMap"};
-    const QMetaObject *mo = ctrl.metaObject();
-    QStringList names;
-    for (int i = mo->methodOffset(); i < mo->methodCount(); ++i)
-        if (order.contains(QString::fromLatin1(mo->method(i).name())))
-            names << QString::fromLatin1(mo->method(i).name());
-    QCOMPARE(names, order);
 }
 
 void TestRelationDispCtrl::mouseSelectionMarksImages_data()

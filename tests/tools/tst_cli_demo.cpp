@@ -1,11 +1,8 @@
-#include "Cli.h"
+#include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
 
-#include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <tiffio.h>
@@ -62,32 +59,21 @@ private slots:
     void imagesShowTheEdge();
     void textMatrixAndMapLoad();
     void sameFilesEveryRun();
-    void badArguments();
 
 private:
-    int demo(const QStringList &args, QString *outText = nullptr, QString *errText = nullptr);
     QTemporaryDir m_tmp;
     QString m_dir;
     QString m_printed;
 };
-
-int TstCliDemo::demo(const QStringList &args, QString *outText, QString *errText)
-{
-    QString o, e;
-    QTextStream out(&o), err(&e);
-    const int rc = Cli::run(QStringList{QStringLiteral("demo")} + args, out, err);
-    out.flush(), err.flush();
-    if (outText) *outText = o;
-    if (errText) *errText = e;
-    return rc;
-}
 
 void TstCliDemo::initTestCase()
 {
     QVERIFY(m_tmp.isValid());
     // A directory that does not exist yet, two levels deep.
     m_dir = m_tmp.filePath(QStringLiteral("new/demo"));
-    QCOMPARE(demo({m_dir}, &m_printed), 0);
+    const CliRun r = runCli({"demo", m_dir});
+    QCOMPARE(r.status, 0);
+    m_printed = r.out;
 }
 
 void TstCliDemo::writesTheListedFiles()
@@ -161,7 +147,7 @@ void TstCliDemo::textMatrixAndMapLoad()
 void TstCliDemo::sameFilesEveryRun()
 {
     const QString again = m_tmp.filePath(QStringLiteral("again"));
-    QCOMPARE(demo({again}), 0);
+    QCOMPARE(runCli({"demo", again}).status, 0);
     for (const QString &name : QDir(m_dir).entryList(QDir::Files)) {
         QFile a(m_dir + u'/' + name);
         QFile b(again + u'/' + name);
@@ -169,20 +155,6 @@ void TstCliDemo::sameFilesEveryRun()
         QVERIFY2(b.open(QIODevice::ReadOnly), qPrintable(name));
         QVERIFY2(a.readAll() == b.readAll(), qPrintable(name));
     }
-}
-
-void TstCliDemo::badArguments()
-{
-    QString err;
-    QCOMPARE(demo({}, nullptr, &err), 2);
-    QCOMPARE(demo({m_dir, m_dir}), 2);
-    // A plain file where the directory should be.
-    const QString file = m_tmp.filePath(QStringLiteral("plain"));
-    QFile f(file);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.close();
-    QCOMPARE(demo({file + QStringLiteral("/sub")}, nullptr, &err), 1);
-    QVERIFY(err.contains(QStringLiteral("cannot create")));
 }
 
 QTEST_MAIN(TstCliDemo)

@@ -1,61 +1,20 @@
-#include "Cli.h"
+// zelmap-cli filter: what it writes is what the filter computes on the file it read.
+#include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
 #include "proc/AdaptiveThresholdF.h"
 #include "proc/MovingAvrF.h"
 
-#include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
-
-namespace {
-
-struct Result
-{
-    int status;
-    QString out;
-    QString err;
-};
-
-Result runCli(const QStringList &args)
-{
-    QString out, err;
-    QTextStream o(&out), e(&err);
-    const int status = Cli::run(args, o, e);
-    o.flush();
-    e.flush();
-    return {status, out, err};
-}
-
-} // namespace
 
 class TestCliFilter : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void roundTrip_data();
     void roundTrip();
-    void refusals_data();
-    void refusals();
-
-private:
-    QTemporaryDir m_dir;
-    QString m_file;
-    std::unique_ptr<TDDataWL> m_source;
 };
-
-void TestCliFilter::initTestCase()
-{
-    QVERIFY(m_dir.isValid());
-    m_source = std::make_unique<TDDataWL>(9, 7);
-    for (qsizetype i = 0; i < m_source->pixelCount(); ++i)
-        m_source->setValue(i, double((i * 37) % 11), i % 5 != 0);
-    m_source->setDataId(QStringLiteral("src"));
-    m_file = m_dir.filePath(QStringLiteral("src.zmp"));
-    QVERIFY(m_source->save(m_file));
-}
 
 void TestCliFilter::roundTrip_data()
 {
@@ -76,53 +35,26 @@ void TestCliFilter::roundTrip()
     QFETCH(int, hx);
     QFETCH(int, hy);
     QFETCH(QRect, rect);
-    const QString output = m_dir.filePath(QStringLiteral("out.zmp"));
-    const Result r = runCli(QStringList{"filter"} << args << "--time" << m_file << "-o" << output);
+    QTemporaryDir dir;
+    TDDataWL source(9, 7);
+    for (qsizetype i = 0; i < source.pixelCount(); ++i)
+        source.setValue(i, double((i * 37) % 11), i % 5 != 0);
+    source.setDataId("src");
+    const QString input = dir.filePath("src.zmp"), output = dir.filePath("out.zmp");
+    QVERIFY(source.save(input));
+    const CliRun r = runCli(QStringList{"filter"} << args << "--time" << input << "-o" << output);
     QCOMPARE(r.status, 0);
-    QVERIFY2(QRegularExpression(QStringLiteral("^compute ms: [0-9.]+$"),
-                                QRegularExpression::MultilineOption)
-                 .match(r.err)
-                 .hasMatch(),
-             qPrintable(r.err));
+    QVERIFY2(hasComputeTime(r.err), qPrintable(r.err));
     TDDataWL saved(0, 0);
     QVERIFY(saved.load(output));
     const std::unique_ptr<TDDataWL> expected =
-        rect.isNull() ? MovingAvrF(hx, hy).compute(*m_source)
-                      : AdaptiveThresholdF(hx, hy).compute(*m_source, rect);
+        rect.isNull() ? MovingAvrF(hx, hy).compute(source)
+                      : AdaptiveThresholdF(hx, hy).compute(source, rect);
     QCOMPARE(saved.dataId(), expected->dataId());
     for (qsizetype i = 0; i < expected->pixelCount(); ++i) {
         QCOMPARE(saved.isValid(i), expected->isValid(i));
         QCOMPARE(saved.value(i), expected->value(i));
     }
-}
-
-void TestCliFilter::refusals_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("word for a width")
-        << QStringList{"ma", "--hw", "abc", "1", "F", "-o", "O"} << 2 << "whole numbers";
-    QTest::newRow("short rect") << QStringList{"at", "--rect", "1", "2", "3"} << 2 << "needs 4";
-    QTest::newRow("no output") << QStringList{"ma", "F"} << 2 << "-o";
-    QTest::newRow("two files") << QStringList{"at", "F", "G", "-o", "O"} << 2 << "one FILE";
-    QTest::newRow("unknown filter") << QStringList{"xx"} << 2 << "unknown filter";
-    QTest::newRow("missing file") << QStringList{"ma", "/nonexistent/f.zmp", "-o", "O"} << 1
-                                  << "no such file";
-}
-
-void TestCliFilter::refusals()
-{
-    QFETCH(QStringList, args);
-    QFETCH(int, status);
-    QFETCH(QString, message);
-    const Result r = runCli(QStringList{"filter"} << args);
-    QCOMPARE(r.status, status);
-    QVERIFY2(r.err.contains(message), qPrintable(r.err));
-
-    const Result help = runCli({"filter", "--help"});
-    QCOMPARE(help.status, 0);
-    QVERIFY(help.out.contains("filter ma [--hw X Y]") && help.out.contains("filter at"));
 }
 
 QTEST_GUILESS_MAIN(TestCliFilter)
