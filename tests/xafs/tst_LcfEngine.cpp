@@ -1,13 +1,10 @@
-#include "Cli.h"
+#include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
 #include "xafs/LcfEngine.h"
 #include "xafs/LcfModel.h"
 #include "xafs/XafsSpectrum.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -128,7 +125,6 @@ private slots:
     void recoversSyntheticStack();
     void refusals_data();
     void refusals();
-    void copperMixtures();
     void commandLineRoundTrip();
 };
 
@@ -344,70 +340,20 @@ void TestLcfEngine::refusals()
     QVERIFY2(error.startsWith(QStringLiteral("odd.zmp is 4 x 5")), qPrintable(error));
 }
 
-void TestLcfEngine::copperMixtures()
-{
-    // Pixels mixing the three measured spectra, each scaled to a unit edge jump: the fit
-    // recovers the mixing fractions although the pixels are raw mu, not normalised.
-    const QStringList names = {"cu_foil", "cu_cu2o", "cu_cuo"};
-    QList<LcfModel::Reference> refs;
-    std::vector<XafsSpectrum> raw(3);
-    for (int j = 0; j < 3; ++j) {
-        const QString path = QStringLiteral(ZELMAP_TESTDATA "/xafs/%1_herfd.dat").arg(names[j]);
-        QVERIFY2(raw[size_t(j)].loadAndNormalize(path), qPrintable(path));
-        refs << LcfModel::fromSpectrum(raw[size_t(j)], 1, 0.0);
-    }
-    QList<double> energies;
-    std::vector<int> index;
-    for (int i = 0; i < raw[0].size(); i += 3)
-        if (raw[0].x(i) > 8950.0 && raw[0].x(i) < 9100.0)
-            energies << raw[0].x(i), index.push_back(i);
-    LcfModel model;
-    QString error;
-    QVERIFY2(model.build(energies, refs, Kind::NonNegative, true, &error), qPrintable(error));
-    const double mixtures[][3] = {{1, 0, 0}, {0.2, 0.5, 0.3}, {0.6, 0, 0.4}, {0.1, 0.1, 0.8}};
-    for (const auto &f : mixtures) {
-        std::vector<double> mu;
-        for (int i : index) {
-            double m = 0.0;
-            for (int j = 0; j < 3; ++j)
-                m += f[j] * raw[size_t(j)].y(i) / raw[size_t(j)].jump();
-            mu.push_back(m);
-        }
-        const LcfModel::PixelFit fit = model.fitPixel(mu.data());
-        for (int j = 0; j < 3; ++j)
-            QVERIFY2(
-                std::fabs(fit.fraction(j) - f[j]) < 0.03,
-                qPrintable(
-                    QStringLiteral("%1: %2 for %3").arg(names[j]).arg(fit.fraction(j)).arg(f[j])));
-    }
-}
-
 void TestLcfEngine::commandLineRoundTrip()
 {
     QTemporaryDir tmp;
-    const auto run = [](const QStringList &args, QString *errText = nullptr) {
-        QString o, e;
-        QTextStream out(&o), err(&e);
-        const int rc = Cli::run(QStringList{QStringLiteral("lcf")} + args, out, err);
-        err.flush();
-        if (errText) *errText = e;
-        return rc;
-    };
     // Two references as spectrum files, and a 3 x 2 stack mixed from them as the fit reads them.
     QStringList refFiles;
     QList<LcfModel::Reference> refs;
     for (const auto &[name, e0] : {std::pair{"a", 7112.0}, std::pair{"b", 7124.0}}) {
-        const QString path = tmp.filePath(QLatin1String(name) + QStringLiteral(".dat"));
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Text));
-        f.write("# energy mu\n");
+        QByteArray text = "# energy mu\n";
         for (double e = 7000.0; e <= 7300.0; e += 1.0)
-            f.write(QByteArray::number(e) + ' ' +
-                    QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n');
-        f.close();
-        refFiles << path;
+            text += QByteArray::number(e) + ' ' +
+                    QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n';
+        refFiles << writeFile(tmp, name + QStringLiteral(".dat"), text);
         QString error;
-        refs << *LcfModel::fromFile(path, 1, name[0] == 'b' ? 1.5 : 0.0, &error);
+        refs << *LcfModel::fromFile(refFiles.last(), 1, name[0] == 'b' ? 1.5 : 0.0, &error);
     }
     const double fa[] = {1, 0.75, 0.5, 0.25, 0, 0.4};
     QStringList stack;
@@ -418,36 +364,24 @@ void TestLcfEngine::commandLineRoundTrip()
         stack << tmp.filePath(QStringLiteral("mu_%1eV.zmp").arg(e));
         QVERIFY(r.save(stack.last()));
     }
-    const QString out = tmp.filePath(QStringLiteral("fit"));
-    const QStringList args = QStringList{"--ref", refFiles[0], "--ref", refFiles[1] + "@1.5",
-                                         "--fit", "sum1",      "-o",    out} +
-                             stack;
-    QCOMPARE(run(args), 0);
+    const QString out = tmp.filePath("fit");
+    QCOMPARE(runCli(QStringList{"lcf", "--ref", refFiles[0], "--ref", refFiles[1] + "@1.5", "--fit",
+                                "sum1", "-o", out} +
+                    stack)
+                 .status,
+             0);
     TDDataWL fraction(0, 0);
-    QVERIFY(fraction.load(out + QStringLiteral("/fraction_0.zmp")));
+    QVERIFY(fraction.load(out + "/fraction_0.zmp"));
     QCOMPARE(fraction.dataId(), QStringLiteral("LCF[a] f"));
     for (int p = 0; p < 6; ++p)
         QVERIFY(std::fabs(fraction.value(qsizetype(p)) - fa[p]) < 1e-9);
-    QVERIFY(QFile::exists(out + QStringLiteral("/residual.zmp")));
-    QVERIFY(!QFile::exists(out + QStringLiteral("/offset.zmp")));
+    QVERIFY(QFile::exists(out + "/residual.zmp"));
+    QVERIFY(!QFile::exists(out + "/offset.zmp"));
 
     // A reference read beyond its measured range is used, and said to be extrapolated.
-    QString err;
-    QCOMPARE(run(QStringList{"--ref", refFiles[0] + "@-200", "-o", out} + stack, &err), 0);
-    QVERIFY2(err.contains(QStringLiteral("'a' is extrapolated at 7310 eV")), qPrintable(err));
-
-    // Refusals: an energy missing from a name, a count mismatch, an image of another size.
-    QCOMPARE(run(QStringList{"--ref", refFiles[0], refFiles[0], stack[1], "-o", out}, &err), 2);
-    QVERIFY(err.contains(QStringLiteral("give --energies")));
-    QCOMPARE(
-        run({"--ref", refFiles[0], "--energies", "1,2,3", stack[0], stack[1], "-o", out}, &err), 2);
-    TDDataWL odd(2, 2);
-    QVERIFY(odd.save(tmp.filePath(QStringLiteral("odd_7200eV.zmp"))));
-    QCOMPARE(
-        run(QStringList{"--ref", refFiles[0], stack[0], tmp.filePath("odd_7200eV.zmp"), "-o", out},
-            &err),
-        1);
-    QVERIFY2(err.contains(QStringLiteral("odd_7200eV.zmp is 2 x 2")), qPrintable(err));
+    const CliRun r = runCli(QStringList{"lcf", "--ref", refFiles[0] + "@-200", "-o", out} + stack);
+    QCOMPARE(r.status, 0);
+    QVERIFY2(r.err.contains("'a' is extrapolated at 7310 eV"), qPrintable(r.err));
 }
 
 QTEST_MAIN(TestLcfEngine)
