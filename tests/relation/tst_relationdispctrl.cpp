@@ -103,7 +103,7 @@ void TestRelationDispCtrl::mouseSelectionMarksImages()
         for (int y = 0; y < kH; ++y)
             for (int x = 0; x < kW; ++x)
                 r->setValue(x, y, k == 0 ? x + 1.0 : y + 1.0 + 0.3 * x, !(x == 5 && y == 5));
-        r->setDataId(k == 0 ? QStringLiteral("a") : QStringLiteral("b"));
+        r->setDataId(k == 0 ? "a" : "b");
         body.calculatedData(r);
     }
     DataCtrls *list = body.dataCtrls();
@@ -179,7 +179,7 @@ void TestRelationDispCtrl::mouseSelectionMarksImages()
     QTest::mouseClick(child<QPushButton>(rel, "composite_"), Qt::LeftButton);
     QCOMPARE(list->count(), 3);
     const TDDataWL *mask = list->record(2);
-    QCOMPARE(mask->dataId(), QStringLiteral("Rel[a vs b]"));
+    QCOMPARE(mask->dataId(), "Rel[a vs b]");
     QCOMPARE(mask->level(), 1);
     for (int i = 0; i < kW * kH; ++i) {
         QCOMPARE(mask->value(i), double(marks[size_t(i)]));

@@ -236,7 +236,7 @@ void TestRelationHistogram::selectionMask()
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 5; ++x)
             s2.setValue(x, y, x < 4 ? v2[y * 4 + x] : 99.0, !(x == 2 && y == 1));
-    s1.setDataId(QStringLiteral("a")), s2.setDataId(QStringLiteral("b"));
+    s1.setDataId("a"), s2.setDataId("b");
     s1.setLevel(3);
     RelationSelection sel;
     if (kind == RelationSelection::Sector)
@@ -245,7 +245,7 @@ void TestRelationHistogram::selectionMask()
     else if (kind == RelationSelection::Square)
         sel = RelationSelection::square(geometry[0], geometry[1], geometry[2], geometry[3]);
     const auto mask = sel.mask(s1, s2);
-    QCOMPARE(mask->dataId(), QStringLiteral("Rel[a vs b]"));
+    QCOMPARE(mask->dataId(), "Rel[a vs b]");
     QCOMPARE(mask->level(), 4);
     QCOMPARE(QSize(mask->width(), mask->height()), QSize(4, 2));
     for (int i = 0; i < 8; ++i) {

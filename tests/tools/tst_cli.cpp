@@ -30,7 +30,7 @@ void TestCli::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     TDDataWL r(3, 2);
-    r.setDataId(QStringLiteral("sample A"));
+    r.setDataId("sample A");
     r.setValue(0, 0, 0.1, true);
     r.setValue(2, 1, -2.5, true);
     r.setValue(1, 1, 0.0, true);
@@ -64,7 +64,7 @@ void TestCli::infoTextAndJson()
     const QJsonArray a = QJsonDocument::fromJson(r.out.toUtf8()).array();
     QCOMPARE(a.size(), 2);
     const QJsonObject o = a.at(0).toObject();
-    QCOMPARE(o.value("dataId").toString(), QStringLiteral("sample A"));
+    QCOMPARE(o.value("dataId").toString(), "sample A");
     QCOMPARE(o.value("width").toInt(), 3);
     QCOMPARE(o.value("displayLow").toDouble(), -2.5);
     QCOMPARE(o.value("validPixels").toInt(), 3);
@@ -76,9 +76,9 @@ void TestCli::dumpListsEveryPixel()
     QCOMPARE(r.status, 0);
     const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 6);
-    QCOMPARE(lines.at(0), QStringLiteral("0 0 0.10000000000000001 1"));
-    QCOMPARE(lines.at(1), QStringLiteral("1 0 0 0"));
-    QCOMPARE(lines.at(5), QStringLiteral("2 1 -2.5 1"));
+    QCOMPARE(lines.at(0), "0 0 0.10000000000000001 1");
+    QCOMPARE(lines.at(1), "1 0 0 0");
+    QCOMPARE(lines.at(5), "2 1 -2.5 1");
 }
 
 void TestCli::help()

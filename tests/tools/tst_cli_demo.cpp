@@ -70,7 +70,7 @@ void TstCliDemo::initTestCase()
 {
     QVERIFY(m_tmp.isValid());
     // A directory that does not exist yet, two levels deep.
-    m_dir = m_tmp.filePath(QStringLiteral("new/demo"));
+    m_dir = m_tmp.filePath("new/demo");
     const CliRun r = runCli({"demo", m_dir});
     QCOMPARE(r.status, 0);
     m_printed = r.out;
@@ -87,9 +87,9 @@ void TstCliDemo::writesTheListedFiles()
         QVERIFY(onDisk.contains(QFileInfo(path).fileName()));
         total += QFileInfo(path).size();
     }
-    QCOMPARE(onDisk.filter(QStringLiteral(".tif")).size(), 10);
-    QCOMPARE(onDisk.filter(QStringLiteral(".zmp")).size(), 1);
-    QCOMPARE(onDisk.filter(QStringLiteral(".txt")).size(), 1);
+    QCOMPARE(onDisk.filter(".tif").size(), 10);
+    QCOMPARE(onDisk.filter(".zmp").size(), 1);
+    QCOMPARE(onDisk.filter(".txt").size(), 1);
     QVERIFY(total < 2 * 1024 * 1024);
 }
 
@@ -100,8 +100,7 @@ void TstCliDemo::imagesShowTheEdge()
         {"I0_7100eV", &i0Below}, {"I_7100eV", &iBelow},   {"I0_7117eV", &i0Mid},
         {"I_7117eV", &iMid},     {"I0_7140eV", &i0Above}, {"I_7140eV", &iAbove}};
     for (const auto &[name, tiff] : files)
-        QVERIFY2(readTiff(m_dir + u'/' + QLatin1String(name) + QStringLiteral(".tif"), *tiff),
-                 name);
+        QVERIFY2(readTiff(m_dir + u'/' + QLatin1String(name) + ".tif", *tiff), name);
     // readTiff accepts only 16-bit grey files.
     QCOMPARE(QSize(int(i0Above.width), int(i0Above.height)), QSize(256, 256));
 
@@ -122,7 +121,7 @@ void TstCliDemo::imagesShowTheEdge()
 void TstCliDemo::textMatrixAndMapLoad()
 {
     TDDataWL map(0, 0);
-    QVERIFY(map.load(m_dir + QStringLiteral("/edge_jump.zmp")));
+    QVERIFY(map.load(m_dir + "/edge_jump.zmp"));
     QCOMPARE(map.width(), 128);
     QCOMPARE(map.height(), 128);
     // Binned 2x2: the metal centre (88, 100) is at (44, 50); the edge jump is clear there
@@ -131,7 +130,7 @@ void TstCliDemo::textMatrixAndMapLoad()
     QVERIFY(map.value(44, 50) > 0.7);
     QVERIFY(std::abs(map.value(1, 1)) < 0.1);
 
-    QFile text(m_dir + QStringLiteral("/absorbance_7140eV.txt"));
+    QFile text(m_dir + "/absorbance_7140eV.txt");
     QVERIFY(text.open(QIODevice::ReadOnly | QIODevice::Text));
     QCOMPARE(text.readLine().left(9), QByteArray("## 240301"));
     QString error;
@@ -146,7 +145,7 @@ void TstCliDemo::textMatrixAndMapLoad()
 
 void TstCliDemo::sameFilesEveryRun()
 {
-    const QString again = m_tmp.filePath(QStringLiteral("again"));
+    const QString again = m_tmp.filePath("again");
     QCOMPARE(runCli({"demo", again}).status, 0);
     for (const QString &name : QDir(m_dir).entryList(QDir::Files)) {
         QFile a(m_dir + u'/' + name);

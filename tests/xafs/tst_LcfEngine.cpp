@@ -186,7 +186,7 @@ void TestLcfEngine::shiftAndFreshNormalisation()
     // dE = +1.5 moves the reference up: image energy E reads the curve at E - 1.5.
     LcfModel model;
     QString error;
-    const LcfModel::Reference line{QStringLiteral("line"), [](double e) { return e; }, 1.5, 0.0};
+    const LcfModel::Reference line{"line", [](double e) { return e; }, 1.5, 0.0};
     QVERIFY(model.build({10.0, 20.0, 30.0}, {line}, Kind::Free, false, &error));
     QCOMPARE(model.design(1, 0), 18.5);
     QCOMPARE(model.referenceAt(0, 40.0), 38.5);
@@ -195,8 +195,8 @@ void TestLcfEngine::shiftAndFreshNormalisation()
     Spectrum points;
     for (double e = 8900.0; e <= 9100.0; e += 1.0)
         points.append(e, 0.1 + std::atan((e - 8980.0) / 3.0) / M_PI);
-    const XafsSpectrum fresh(points, QStringLiteral("a"), 1, 0.0, {});
-    XafsSpectrum used(points, QStringLiteral("a"), 0, 0.0, {});
+    const XafsSpectrum fresh(points, "a", 1, 0.0, {});
+    XafsSpectrum used(points, "a", 0, 0.0, {});
     used.setXOffset(true, 7.0);
     used.normalize(1);
     const LcfModel::Reference ref = LcfModel::fromSpectrum(used, 1, 0.0);
@@ -213,8 +213,8 @@ void TestLcfEngine::recoversSyntheticStack()
     QList<double> energies;
     for (int e = 0; e < k; ++e)
         energies << 7090.0 + 5.0 * e;
-    const LcfModel::Reference a = edgeCurve(QStringLiteral("metal"), 7112.0, 0.1);
-    const LcfModel::Reference b = edgeCurve(QStringLiteral("oxide"), 7124.0, 0.6, 2.0);
+    const LcfModel::Reference a = edgeCurve("metal", 7112.0, 0.1);
+    const LcfModel::Reference b = edgeCurve("oxide", 7124.0, 0.6, 2.0);
     std::vector<std::unique_ptr<TDDataWL>> stack;
     for (int e = 0; e < k; ++e)
         stack.push_back(image(w, h));
@@ -246,8 +246,8 @@ void TestLcfEngine::recoversSyntheticStack()
     QVERIFY2(result.ok(), qPrintable(error));
     QCOMPARE(lastDone, qsizetype(w) * h);
     QCOMPARE(result.validPixels, qsizetype(w) * h - 3);
-    QCOMPARE(result.weights[1]->dataId(), QStringLiteral("LCF[oxide] w"));
-    QCOMPARE(result.fractions[0]->dataId(), QStringLiteral("LCF[metal] f"));
+    QCOMPARE(result.weights[1]->dataId(), "LCF[oxide] w");
+    QCOMPARE(result.fractions[0]->dataId(), "LCF[metal] f");
     QCOMPARE(result.total->level(), 1);
 
     double worst = 0.0;
@@ -307,18 +307,15 @@ void TestLcfEngine::refusals()
     QFETCH(bool, dependent);
     QFETCH(bool, offset);
     QFETCH(QString, message);
-    LcfModel::Reference second = edgeCurve(QStringLiteral("twice"), 7112.0, 0.1);
+    LcfModel::Reference second = edgeCurve("twice", 7112.0, 0.1);
     if (dependent)
         second.curve = [c = edgeCurve({}, 7112.0, 0.1).curve](double e) { return 2.0 * c(e); };
     else
-        second = edgeCurve(QStringLiteral("other"), 7124.0, 0.5);
+        second = edgeCurve("other", 7124.0, 0.5);
     LcfModel model;
     QString error;
-    const bool built =
-        model.build(energies, {edgeCurve(QStringLiteral("one"), 7112.0, 0.1), second}, Kind(kind),
-                    offset, &error,
-                    {QStringLiteral("a.zmp"), QStringLiteral("b.zmp"), QStringLiteral("c.zmp"),
-                     QStringLiteral("d.zmp")});
+    const bool built = model.build(energies, {edgeCurve("one", 7112.0, 0.1), second}, Kind(kind),
+                                   offset, &error, {"a.zmp", "b.zmp", "c.zmp", "d.zmp"});
     QCOMPARE(built, message.isEmpty());
     QVERIFY2(error.contains(message), qPrintable(error));
     if (!built) return;
@@ -335,9 +332,9 @@ void TestLcfEngine::refusals()
     for (int e = 0; e < 4; ++e)
         stack.push_back(image(4, e == 2 ? 5 : 4));
     const LcfEngine::Result result =
-        LcfEngine::run(model, pointers(stack), {}, &error, {"a", "b", QStringLiteral("odd.zmp")});
+        LcfEngine::run(model, pointers(stack), {}, &error, {"a", "b", "odd.zmp"});
     QVERIFY(!result.ok());
-    QVERIFY2(error.startsWith(QStringLiteral("odd.zmp is 4 x 5")), qPrintable(error));
+    QVERIFY2(error.startsWith("odd.zmp is 4 x 5"), qPrintable(error));
 }
 
 void TestLcfEngine::commandLineRoundTrip()
@@ -351,7 +348,7 @@ void TestLcfEngine::commandLineRoundTrip()
         for (double e = 7000.0; e <= 7300.0; e += 1.0)
             text += QByteArray::number(e) + ' ' +
                     QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n';
-        refFiles << writeFile(tmp, name + QStringLiteral(".dat"), text);
+        refFiles << writeFile(tmp, QString(name) + ".dat", text);
         QString error;
         refs << *LcfModel::fromFile(refFiles.last(), 1, name[0] == 'b' ? 1.5 : 0.0, &error);
     }
@@ -372,7 +369,7 @@ void TestLcfEngine::commandLineRoundTrip()
              0);
     TDDataWL fraction(0, 0);
     QVERIFY(fraction.load(out + "/fraction_0.zmp"));
-    QCOMPARE(fraction.dataId(), QStringLiteral("LCF[a] f"));
+    QCOMPARE(fraction.dataId(), "LCF[a] f");
     for (int p = 0; p < 6; ++p)
         QVERIFY(std::fabs(fraction.value(qsizetype(p)) - fa[p]) < 1e-9);
     QVERIFY(QFile::exists(out + "/residual.zmp"));
