@@ -1,50 +1,27 @@
 #include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
+#include "io/ImgFile.h"
 
 #include <QDir>
 #include <QTest>
 
-#include <tiffio.h>
-
 #include <cmath>
-#include <utility>
-#include <vector>
 
 namespace {
 
-struct Tiff
+// A demo image as a record; null unless it is a 16-bit grey TIFF.
+std::unique_ptr<TDDataWL> tiff(const QString &dir, const char *name)
 {
-    quint32 width = 0;
-    quint32 height = 0;
-    quint16 bits = 0;
-    quint16 samples = 0;
-    std::vector<quint16> pixels;
-    quint16 at(int x, int y) const { return pixels[size_t(y) * width + x]; }
-};
-
-// Reads a 16-bit grey TIFF; false when the file is not one.
-bool readTiff(const QString &path, Tiff &t)
-{
-    TIFF *tif = TIFFOpen(QFile::encodeName(path).constData(), "r");
-    if (!tif) return false;
-    bool ok = TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &t.width) == 1 &&
-              TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &t.height) == 1;
-    TIFFGetFieldDefaulted(tif, TIFFTAG_BITSPERSAMPLE, &t.bits);
-    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &t.samples);
-    ok = ok && t.bits == 16 && t.samples == 1 && TIFFScanlineSize(tif) == tmsize_t(2 * t.width);
-    if (ok) {
-        t.pixels.resize(size_t(t.width) * t.height);
-        for (quint32 y = 0; y < t.height && ok; ++y)
-            ok = TIFFReadScanline(tif, t.pixels.data() + size_t(y) * t.width, y, 0) == 1;
-    }
-    TIFFClose(tif);
-    return ok;
+    QString error;
+    ImageLoader::Result how;
+    auto r = Cli::loadRecord(dir + '/' + name + ".tif", &error, &how);
+    return how.format == "TIFF" && how.pixelType == ImgFile::TiffU16 ? std::move(r) : nullptr;
 }
 
-double absorbance(const Tiff &i, const Tiff &i0, int x, int y)
+double absorbance(const TDDataWL &i, const TDDataWL &i0, int x, int y)
 {
-    return -std::log(double(i.at(x, y)) / double(i0.at(x, y)));
+    return -std::log(i.value(x, y) / i0.value(x, y));
 }
 
 } // namespace
@@ -95,27 +72,24 @@ void TstCliDemo::writesTheListedFiles()
 
 void TstCliDemo::imagesShowTheEdge()
 {
-    Tiff i0Below, iBelow, i0Mid, iMid, i0Above, iAbove;
-    const std::pair<const char *, Tiff *> files[] = {
-        {"I0_7100eV", &i0Below}, {"I_7100eV", &iBelow},   {"I0_7117eV", &i0Mid},
-        {"I_7117eV", &iMid},     {"I0_7140eV", &i0Above}, {"I_7140eV", &iAbove}};
-    for (const auto &[name, tiff] : files)
-        QVERIFY2(readTiff(m_dir + u'/' + QLatin1String(name) + ".tif", *tiff), name);
-    // readTiff accepts only 16-bit grey files.
-    QCOMPARE(QSize(int(i0Above.width), int(i0Above.height)), QSize(256, 256));
+    const auto i0Below = tiff(m_dir, "I0_7100eV"), iBelow = tiff(m_dir, "I_7100eV"),
+               i0Mid = tiff(m_dir, "I0_7117eV"), iMid = tiff(m_dir, "I_7117eV"),
+               i0Above = tiff(m_dir, "I0_7140eV"), iAbove = tiff(m_dir, "I_7140eV");
+    QVERIFY(i0Below && iBelow && i0Mid && iMid && i0Above && iAbove);
+    QCOMPARE(QSize(i0Above->width(), i0Above->height()), QSize(256, 256));
 
     // Centres of the metal and the oxide particle, and a corner outside the pellet.
     const int mx = 88, my = 100, ox = 168, oy = 156;
-    QVERIFY(iAbove.at(mx, my) < i0Above.at(mx, my) / 2);
-    QVERIFY(iAbove.at(ox, oy) < i0Above.at(ox, oy) / 2);
-    QVERIFY(std::abs(absorbance(iAbove, i0Above, 2, 2)) < 0.1);
+    QVERIFY(iAbove->value(mx, my) < i0Above->value(mx, my) / 2);
+    QVERIFY(iAbove->value(ox, oy) < i0Above->value(ox, oy) / 2);
+    QVERIFY(std::abs(absorbance(*iAbove, *i0Above, 2, 2)) < 0.1);
 
     // Both compounds absorb much more above the edge than below it...
-    QVERIFY(absorbance(iAbove, i0Above, mx, my) > absorbance(iBelow, i0Below, mx, my) + 0.7);
-    QVERIFY(absorbance(iAbove, i0Above, ox, oy) > absorbance(iBelow, i0Below, ox, oy) + 0.5);
+    QVERIFY(absorbance(*iAbove, *i0Above, mx, my) > absorbance(*iBelow, *i0Below, mx, my) + 0.7);
+    QVERIFY(absorbance(*iAbove, *i0Above, ox, oy) > absorbance(*iBelow, *i0Below, ox, oy) + 0.5);
     // ...but between the two edges only the metal has jumped.
-    QVERIFY(absorbance(iMid, i0Mid, mx, my) > absorbance(iBelow, i0Below, mx, my) + 0.7);
-    QVERIFY(absorbance(iMid, i0Mid, ox, oy) < absorbance(iBelow, i0Below, ox, oy) + 0.3);
+    QVERIFY(absorbance(*iMid, *i0Mid, mx, my) > absorbance(*iBelow, *i0Below, mx, my) + 0.7);
+    QVERIFY(absorbance(*iMid, *i0Mid, ox, oy) < absorbance(*iBelow, *i0Below, ox, oy) + 0.3);
 }
 
 void TstCliDemo::textMatrixAndMapLoad()
