@@ -153,7 +153,7 @@ void TestCli::refusals_data()
         "give --energies");
     row("lcf, energy count", {"lcf", "--ref", "XAFS", "--energies", "1,2,3", "F", "G", "-o", "DIR"},
         2);
-    row("lcf, other size", {"lcf", "--ref", "XAFS", "F", "SMALL", "-o", "DIR"}, 1,
+    row("lcf, other size", {"lcf", "--ref", "XAFS", "F", "G", "SMALL", "-o", "DIR"}, 1,
         "s_7300eV.zmp is 2 x 2");
 }
 

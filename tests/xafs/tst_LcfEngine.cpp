@@ -326,15 +326,6 @@ void TestLcfEngine::refusals()
     const LcfModel::PixelFit fit = model.fitPixel(mu.data());
     QVERIFY(fit.residual < 1e-12);
     QVERIFY(std::fabs(fit.weights[0] + 2.0 * fit.weights[1] - 0.7) < 1e-9);
-
-    // A stack whose third image has another size is refused by name.
-    std::vector<std::unique_ptr<TDDataWL>> stack;
-    for (int e = 0; e < 4; ++e)
-        stack.push_back(image(4, e == 2 ? 5 : 4));
-    const LcfEngine::Result result =
-        LcfEngine::run(model, pointers(stack), {}, &error, {"a", "b", "odd.zmp"});
-    QVERIFY(!result.ok());
-    QVERIFY2(error.startsWith("odd.zmp is 4 x 5"), qPrintable(error));
 }
 
 void TestLcfEngine::commandLineRoundTrip()

@@ -4,6 +4,17 @@
 
 #include <QTest>
 
+namespace {
+
+// A straight line fitted over [from, to] of n points a0 + slope * e, 1 apart from `start` on.
+VictLine straight(double a0, double slope, double start, int n, double from, double to)
+{
+    VictLine v;
+    return v.fit(line(a0, slope, start, 1.0, n), from, to, VictLine::kStraight) ? v : VictLine();
+}
+
+} // namespace
+
 class TestVictLine : public QObject
 {
     Q_OBJECT
@@ -117,12 +128,10 @@ void TestVictLine::victreenFit()
 void TestVictLine::bezierJoinPreTowardsPost()
 {
     // Pre-edge rising faster than a higher post-edge line: they converge above.
-    VictLine pre, post;
-    QVERIFY(pre.fit(line(0.0, 0.01, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    QVERIFY(post.fit(line(1.0, 0.0, 50.0, 1.0, 100), 60.0, 149.0, VictLine::kStraight));
+    VictLine pre = straight(0.0, 0.01, 0.0, 50, 0.0, 40.0),
+             post = straight(1.0, 0.0, 50.0, 100, 60.0, 149.0);
     pre.joinTowardsPost(post);
-    QVERIFY(pre.isJoined());
-    QVERIFY(pre.joinAbove());
+    QVERIFY(pre.isJoined() && pre.joinAbove());
     QCOMPARE(pre.size(), 100);
     const std::vector<Spectrum::Point> &cp = pre.controlPoints();
     QCOMPARE(int(cp.size()), 4);
@@ -153,12 +162,10 @@ void TestVictLine::bezierJoinPreTowardsPost()
 
 void TestVictLine::bezierJoinPostTowardsPre()
 {
-    VictLine pre, post;
-    QVERIFY(pre.fit(line(0.0, 0.0, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    QVERIFY(post.fit(line(0.0, 0.02, 50.0, 1.0, 100), 60.0, 149.0, VictLine::kStraight));
+    VictLine pre = straight(0.0, 0.0, 0.0, 50, 0.0, 40.0),
+             post = straight(0.0, 0.02, 50.0, 100, 60.0, 149.0);
     post.joinTowardsPre(pre);
-    QVERIFY(post.isJoined());
-    QVERIFY(!post.joinAbove());
+    QVERIFY(post.isJoined() && !post.joinAbove());
     QCOMPARE(post.size(), 100);
     const std::vector<Spectrum::Point> &cp = post.controlPoints();
     // Lines cross at 0; r = 0.5 * (0 - 60) / (0 - 60).
@@ -173,11 +180,8 @@ void TestVictLine::bezierJoinPostTowardsPre()
     QVERIFY(post.value(30.0) < 1.2);
 
     // Converging far beyond the range: r > 1, no join.
-    VictLine far;
-    QVERIFY(far.fit(line(0.0, 0.02, 50.0, 1.0, 100), 60.0, 149.0, VictLine::kStraight));
-    VictLine low;
-    QVERIFY(low.fit(line(-100.0, 0.0, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    far.joinTowardsPre(low);
+    VictLine far = straight(0.0, 0.02, 50.0, 100, 60.0, 149.0);
+    far.joinTowardsPre(straight(-100.0, 0.0, 0.0, 50, 0.0, 40.0));
     QVERIFY(!far.isJoined());
 }
 
@@ -203,22 +207,18 @@ void TestVictLine::noJoinForParallelOrVictreenLines()
         s.append(7000.0 + i, victreen(1, 1, 0, 7000.0 + i));
     VictLine vic;
     QVERIFY(vic.fit(s, 7000.0, 7015.0, VictLine::kVictreen));
-    VictLine flat;
-    QVERIFY(flat.fit(line(-5.0, -1.0, 7100.0, 1.0, 10), 7100.0, 7109.0, VictLine::kStraight));
-    vic.joinTowardsPost(flat);
+    vic.joinTowardsPost(straight(-5.0, -1.0, 7100.0, 10, 7100.0, 7109.0));
     QVERIFY(!vic.isJoined());
     QCOMPARE(vic.size(), 0);
 }
 
 void TestVictLine::cubicJoinMeetsBothLines()
 {
-    VictLine pre, post;
-    QVERIFY(pre.fit(line(0.0, 0.0, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    QVERIFY(post.fit(line(-0.5, 0.02, 50.0, 1.0, 100), 60.0, 149.0, VictLine::kStraight));
+    VictLine pre = straight(0.0, 0.0, 0.0, 50, 0.0, 40.0),
+             post = straight(-0.5, 0.02, 50.0, 100, 60.0, 149.0);
     post.setJoinKind(VictLine::kCubicJoin);
     post.joinTowardsPre(pre);
-    QVERIFY(post.isJoined());
-    QVERIFY(!post.joinAbove());
+    QVERIFY(post.isJoined() && !post.joinAbove());
     // Crossing at 25 > pre.from = 0: xa = -60, so the cubic leaves pre flat at -60
     // and meets post with its value and slope at 60.
     const auto &c = post.cubic();
@@ -232,13 +232,11 @@ void TestVictLine::cubicJoinMeetsBothLines()
     QVERIFY(near(post.value(61.0), 0.72, 1e-12));
 
     // The pre-edge variant mirrors it: it leaves pre at its `to` with pre's value and slope.
-    VictLine rising, level;
-    QVERIFY(rising.fit(line(0.0, 0.02, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    QVERIFY(level.fit(line(2.0, 0.0, 50.0, 1.0, 100), 60.0, 149.0, VictLine::kStraight));
+    VictLine rising = straight(0.0, 0.02, 0.0, 50, 0.0, 40.0),
+             level = straight(2.0, 0.0, 50.0, 100, 60.0, 149.0);
     rising.setJoinKind(VictLine::kCubicJoin);
     rising.joinTowardsPost(level);
-    QVERIFY(rising.isJoined());
-    QVERIFY(rising.joinAbove());
+    QVERIFY(rising.isJoined() && rising.joinAbove());
     const auto &d = rising.cubic();
     const double at40 = ((d[0] * 40 + d[1]) * 40 + d[2]) * 40 + d[3];
     QVERIFY(near(at40, 0.8, 1e-9));
@@ -254,9 +252,8 @@ void TestVictLine::cubicJoinMeetsBothLines()
 void TestVictLine::cubicJoinLogsFailedSolve()
 {
     // Both lines start at 0, so xa = xb = 0 and the system has a zero column.
-    VictLine pre, post;
-    QVERIFY(pre.fit(line(0.0, 0.0, 0.0, 1.0, 50), 0.0, 40.0, VictLine::kStraight));
-    QVERIFY(post.fit(line(-1.0, 0.02, 0.0, 1.0, 50), 0.0, 49.0, VictLine::kStraight));
+    VictLine pre = straight(0.0, 0.0, 0.0, 50, 0.0, 40.0),
+             post = straight(-1.0, 0.02, 0.0, 50, 0.0, 49.0);
     post.setJoinKind(VictLine::kCubicJoin);
     QTest::ignoreMessage(QtDebugMsg, "make  LU (2) false in VictLine genCorrectedInPost");
     post.joinTowardsPre(pre);
