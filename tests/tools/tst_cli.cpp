@@ -35,8 +35,8 @@ void TestCli::initTestCase()
     r.setValue(2, 1, -2.5, true);
     r.setValue(1, 1, 0.0, true);
     // Energies in the names let the lcf command take them as a stack.
-    for (const char *name : {"F", "G"})
-        QVERIFY(r.save(m_paths[name] = m_dir.filePath(QStringLiteral("%1_7100eV.zmp").arg(name))));
+    QVERIFY(r.save(m_paths["F"] = m_dir.filePath("f_7100eV.zmp")));
+    QVERIFY(r.save(m_paths["G"] = m_dir.filePath("g_7200eV.zmp")));
     QVERIFY(TDDataWL(2, 2).save(m_paths["SMALL"] = m_dir.filePath("s_7300eV.zmp")));
     m_paths["JUNK"] = writeFile(m_dir, "junk.bin", "\x01\x02garbage");
     m_paths["EMPTY"] = writeFile(m_dir, "empty.dat", "");
