@@ -1,9 +1,14 @@
-// zelmap-cli as a whole: info and dump, help, and how every subcommand refuses what it
-// cannot do (usage errors exit 2, unreadable or unwritable files exit 1, nothing written).
+// zelmap-cli: info and dump, help, what filter, render and xafs write, and how every
+// subcommand refuses what it cannot do (usage errors exit 2, unreadable or unwritable files
+// exit 1, nothing written).
 #include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
+#include "proc/AdaptiveThresholdF.h"
+#include "proc/MovingAvrF.h"
+#include "xafs/XafsSpectrum.h"
 
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,6 +23,13 @@ private Q_SLOTS:
     void infoTextAndJson();
     void dumpListsEveryPixel();
     void help();
+    void filterRoundTrip_data();
+    void filterRoundTrip();
+    void renders_data();
+    void renders();
+    void xafsFullPrecision_data();
+    void xafsFullPrecision();
+    void xafsWritesExchangeFiles();
     void refusals_data();
     void refusals();
 
@@ -90,6 +102,141 @@ void TestCli::help()
     r = runCli({"filter", "--help"});
     QCOMPARE(r.status, 0);
     QVERIFY(r.out.contains("filter ma [--hw X Y]") && r.out.contains("filter at"));
+}
+
+void TestCli::filterRoundTrip_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("hx");
+    QTest::addColumn<int>("hy");
+    QTest::addColumn<QRect>("rect"); // null for the moving average
+    QTest::newRow("ma defaults") << QStringList{"ma"} << 12 << 12 << QRect();
+    QTest::newRow("ma hw") << QStringList{"ma", "--hw", "2", "-1"} << 2 << -1 << QRect();
+    QTest::newRow("at defaults") << QStringList{"at"} << 12 << 12 << QRect(0, 0, 9, 7);
+    QTest::newRow("at rect") << QStringList{"at", "--hw", "1", "2", "--rect", "-2", "1", "6", "30"}
+                             << 1 << 2 << QRect(QPoint(-2, 1), QPoint(6, 30));
+}
+
+void TestCli::filterRoundTrip()
+{
+    QFETCH(QStringList, args);
+    QFETCH(int, hx);
+    QFETCH(int, hy);
+    QFETCH(QRect, rect);
+    QTemporaryDir dir;
+    TDDataWL source(9, 7);
+    for (qsizetype i = 0; i < source.pixelCount(); ++i)
+        source.setValue(i, double((i * 37) % 11), i % 5 != 0);
+    source.setDataId("src");
+    const QString input = dir.filePath("src.zmp"), output = dir.filePath("out.zmp");
+    QVERIFY(source.save(input));
+    const CliRun r = runCli(QStringList{"filter"} << args << "--time" << input << "-o" << output);
+    QCOMPARE(r.status, 0);
+    QVERIFY2(hasComputeTime(r.err), qPrintable(r.err));
+    TDDataWL saved(0, 0);
+    QVERIFY(saved.load(output));
+    const std::unique_ptr<TDDataWL> expected =
+        rect.isNull() ? MovingAvrF(hx, hy).compute(source)
+                      : AdaptiveThresholdF(hx, hy).compute(source, rect);
+    QCOMPARE(saved.dataId(), expected->dataId());
+    for (qsizetype i = 0; i < expected->pixelCount(); ++i) {
+        QCOMPARE(saved.isValid(i), expected->isValid(i));
+        QCOMPARE(saved.value(i), expected->value(i));
+    }
+}
+
+void TestCli::renders_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<bool>("binary");
+    QTest::addColumn<QList<QPoint>>("at");
+    QTest::addColumn<QList<QRgb>>("colours");
+    const QRgb black = qRgb(0, 0, 0), orange = qRgb(255, 128, 0), white = qRgb(255, 255, 255),
+               invalid = qRgb(210, 220, 210);
+    // Display range (1, 9): 9 is stored though invalid and widens the statistics.
+    QTest::newRow("colour") << QStringList{} << true
+                            << QList<QPoint>{{0, 0}, {1, 0}, {3, 0}, {2, 1}}
+                            << QList<QRgb>{black, black, orange, invalid};
+    QTest::newRow("grey") << QStringList{"--grey"} << false << QList<QPoint>{{3, 0}, {2, 1}, {0, 0}}
+                          << QList<QRgb>{qRgb(128, 128, 128), qRgb(192, 192, 192), black};
+    QTest::newRow("range") << QStringList{"--range", "1", "5"} << false
+                           << QList<QPoint>{{2, 0}, {3, 0}, {2, 1}}
+                           << QList<QRgb>{orange, white, invalid};
+    // (2, 0) sits at the lower marker.
+    QTest::newRow("markers") << QStringList{"--range", "1", "5", "--markers", "0.5", "1"} << false
+                             << QList<QPoint>{{2, 0}, {1, 1}, {3, 0}}
+                             << QList<QRgb>{black, orange, white};
+}
+
+void TestCli::renders()
+{
+    QFETCH(QStringList, args);
+    QFETCH(bool, binary);
+    QFETCH(QList<QPoint>, at);
+    QFETCH(QList<QRgb>, colours);
+    QTemporaryDir dir;
+    // 4 x 2: 0 (left out of the range), 1, 3, 5 / 2, 4, invalid, 5.
+    TDDataWL rec(4, 2);
+    const double vals[8] = {0.0, 1.0, 3.0, 5.0, 2.0, 4.0, 9.0, 5.0};
+    for (int i = 0; i < 8; ++i)
+        rec.setValue(i, vals[i], i != 6);
+    const QString input = dir.filePath("in.zmp"), png = dir.filePath("out.png");
+    QVERIFY(rec.save(input));
+    args = QStringList{"render", input, "-o", png} + args;
+    QCOMPARE((binary ? runCliBinary(args) : runCli(args)).status, 0);
+    const QImage img(png);
+    QCOMPARE(img.size(), QSize(4, 2));
+    QCOMPARE(img.isGrayscale(), args.contains("--grey"));
+    QList<QRgb> got;
+    for (const QPoint &p : at)
+        got << img.pixel(p);
+    QCOMPARE(got, colours);
+}
+
+void TestCli::xafsFullPrecision_data()
+{
+    QTest::addColumn<QString>("fit");
+    QTest::addColumn<uint>("kind");
+    QTest::newRow("victreen") << "victreen" << 0u;
+    QTest::newRow("straight") << "straight" << 1u;
+}
+
+void TestCli::xafsFullPrecision()
+{
+    QFETCH(QString, fit);
+    QFETCH(uint, kind);
+    const QStringList options = kind == 0 ? QStringList{"--victreen"} : QStringList{};
+    const QString foil = m_paths["XAFS"], oxide = ZELMAP_TESTDATA "/xafs/fe2o3_rt.dat";
+    const CliRun r = runCliBinary(QStringList{"xafs"} + options + QStringList{foil, oxide});
+    QCOMPARE(r.status, 0);
+    const auto map = reportFields(r.out);
+    QCOMPARE(map.value("file"), QStringList({foil, oxide}));
+    QCOMPARE(map.value("fit"), QStringList({fit, fit}));
+    const QString paths[] = {foil, oxide};
+    for (int i = 0; i < 2; ++i) {
+        XafsSpectrum s;
+        QVERIFY(s.load(paths[i]));
+        s.normalize(kind);
+        // Seventeen digits read back to the very same double.
+        QCOMPARE(map.value("e0").value(i).toDouble(), s.e0());
+        QCOMPARE(map.value("jump").value(i).toDouble(), s.jump());
+        QCOMPARE(map.value("pre rms").value(i).toDouble(), s.preLine().rms());
+        QCOMPARE(map.value("post rms").value(i).toDouble(), s.postLine().rms());
+        QCOMPARE(map.value("points").value(i).toInt(), s.size());
+    }
+}
+
+void TestCli::xafsWritesExchangeFiles()
+{
+    QTemporaryDir dir;
+    const CliRun r = runCli({"xafs", m_paths["XAFS"], "-o", dir.path()});
+    QCOMPARE(r.status, 0);
+    const QString written = dir.filePath("cu_foil_rt_xafs.dat");
+    QCOMPARE(reportFields(r.out).value("written"), QStringList({written}));
+    QFile f(written);
+    QVERIFY(f.open(QIODevice::ReadOnly | QIODevice::Text));
+    QCOMPARE(f.readLine(), QByteArray("###Quillon::XafsSpectrum\n"));
+    QVERIFY(f.readLine().startsWith("# midx    : 898"));
 }
 
 void TestCli::refusals_data()
