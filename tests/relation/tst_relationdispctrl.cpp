@@ -113,7 +113,10 @@ void TestRelationDispCtrl::mouseSelectionMarksImages()
     RelationDispCtrl *rel = body.relationDispCtrl();
     QVERIFY(rel->isVisible());
     rel->resize(600, 700);
-    if (square) QTest::mouseClick(child<QRadioButton>(rel, "selRegion_"), Qt::LeftButton);
+    if (square)
+        QTest::mouseClick(child<QRadioButton>(rel, "selRegion_"), Qt::LeftButton);
+    else
+        typeInto(child<QLineEdit>(rel, "sectorWDeg_"), "30"); // a sector 30 degrees wide
     DispA *canvas = rel->canvas();
     QVERIFY(!canvas->grab().isNull()); // lays out the plot area
     QVERIFY(!rel->picture().isNull());
@@ -142,7 +145,7 @@ void TestRelationDispCtrl::mouseSelectionMarksImages()
     QTest::mouseMove(canvas, b);
     QTest::mouseRelease(canvas, Qt::LeftButton, Qt::NoModifier, b);
 
-    const double half = 10.0 / 180.0 * std::numbers::pi;
+    const double half = 15.0 / 180.0 * std::numbers::pi;
     const double dir = std::atan2(by, bx);
     long long want = 0;
     const auto &marks = rel->marks();
