@@ -1,12 +1,11 @@
 // The relation histogram against the literal per-pixel splat, its colour rule, the
-// value-plane selections and the zelmap-cli relation command.
-#include "Cli.h"
+// value-plane selections and what zelmap-cli relation writes.
 #include "core/TDDataWL.h"
 #include "relation/RelationHistogram.h"
 #include "relation/RelationSelection.h"
+#include "tests/support/CliFixtures.h"
 
 #include <QImage>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -64,8 +63,6 @@ private slots:
     void selectionMask_data();
     void selectionMask();
     void cliRoundTrip();
-    void cliRefuses_data();
-    void cliRefuses();
 };
 
 void TestRelationHistogram::matchesDirectSplat_data()
@@ -239,7 +236,7 @@ void TestRelationHistogram::selectionMask()
     for (int y = 0; y < 2; ++y)
         for (int x = 0; x < 5; ++x)
             s2.setValue(x, y, x < 4 ? v2[y * 4 + x] : 99.0, !(x == 2 && y == 1));
-    s1.setDataId(QStringLiteral("a")), s2.setDataId(QStringLiteral("b"));
+    s1.setDataId("a"), s2.setDataId("b");
     s1.setLevel(3);
     RelationSelection sel;
     if (kind == RelationSelection::Sector)
@@ -248,7 +245,7 @@ void TestRelationHistogram::selectionMask()
     else if (kind == RelationSelection::Square)
         sel = RelationSelection::square(geometry[0], geometry[1], geometry[2], geometry[3]);
     const auto mask = sel.mask(s1, s2);
-    QCOMPARE(mask->dataId(), QStringLiteral("Rel[a vs b]"));
+    QCOMPARE(mask->dataId(), "Rel[a vs b]");
     QCOMPARE(mask->level(), 4);
     QCOMPARE(QSize(mask->width(), mask->height()), QSize(4, 2));
     for (int i = 0; i < 8; ++i) {
@@ -264,17 +261,15 @@ void TestRelationHistogram::cliRoundTrip()
     const auto s2 = image(50, 40, 6, 0, 0.0, 50.0);
     const QString f1 = dir.filePath("s1.zmp"), f2 = dir.filePath("s2.zmp");
     QVERIFY(s1->save(f1) && s2->save(f2));
-    QString outText, errText;
-    QTextStream out(&outText), err(&errText);
     const QString hist = dir.filePath("h.zmp"), png = dir.filePath("m.png"),
                   maskFile = dir.filePath("k.zmp");
-    QCOMPARE(Cli::run({"relation", "--kernel-hw", "6",        "--boundary", "0.05", "--color-range",
-                       "0.5",      "--time",      f1,         f2,           "-o",   hist,
-                       "--png",    png,           "--square", "10",         "5",    "60",
-                       "30",       "--mask",      maskFile},
-                      out, err),
-             0);
-    QVERIFY(errText.contains("compute ms: "));
+    const CliRun run =
+        runCli({"relation", "--kernel-hw", "6",        "--boundary", "0.05", "--color-range",
+                "0.5",      "--time",      f1,         f2,           "-o",   hist,
+                "--png",    png,           "--square", "10",         "5",    "60",
+                "30",       "--mask",      maskFile});
+    QCOMPARE(run.status, 0);
+    QVERIFY(hasComputeTime(run.err));
     // Read back as saved: the file keeps the axis ends the picture was made with.
     TDDataWL r1(1, 1), r2(1, 1), h(1, 1), m(1, 1);
     QVERIFY(r1.load(f1) && r2.load(f2) && h.load(hist) && m.load(maskFile));
@@ -292,42 +287,7 @@ void TestRelationHistogram::cliRoundTrip()
         picked += m.value(i) != 0.0;
     }
     QVERIFY(picked > 0 && picked < m.pixelCount());
-    QVERIFY(outText.contains(QStringLiteral("selected pixels: %1").arg(picked)));
-}
-
-void TestRelationHistogram::cliRefuses_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<int>("status");
-    QTest::newRow("sizes differ") << QStringList{"S1", "SMALL", "-o", "OUT"} << 2;
-    QTest::newRow("missing image") << QStringList{"S1", "NONE", "-o", "OUT"} << 1;
-    QTest::newRow("one image") << QStringList{"S1", "-o", "OUT"} << 2;
-    QTest::newRow("mask without selection")
-        << QStringList{"S1", "S1", "-o", "OUT", "--mask", "M"} << 2;
-    QTest::newRow("both selections") << QStringList{"S1", "S1",       "-o", "OUT", "--sector", "1",
-                                                    "2",  "--square", "1",  "2",   "3",        "4"}
-                                     << 2;
-    QTest::newRow("bad number") << QStringList{"--kernel-hw", "2.5", "S1", "S1", "-o", "OUT"} << 2;
-}
-
-void TestRelationHistogram::cliRefuses()
-{
-    QFETCH(QStringList, args);
-    QFETCH(int, status);
-    QTemporaryDir dir;
-    QVERIFY(image(8, 8, 1, 0, 0, 1)->save(dir.filePath("s1.zmp")));
-    QVERIFY(image(8, 7, 1, 0, 0, 1)->save(dir.filePath("small.zmp")));
-    for (QString &a : args) {
-        if (a == "S1") a = dir.filePath("s1.zmp");
-        if (a == "SMALL") a = dir.filePath("small.zmp");
-        if (a == "NONE") a = dir.filePath("none.zmp");
-        if (a == "OUT") a = dir.filePath("out.zmp");
-    }
-    QString outText, errText;
-    QTextStream out(&outText), err(&errText);
-    QCOMPARE(Cli::run(QStringList{"relation"} + args, out, err), status);
-    QVERIFY(!errText.isEmpty());
-    QVERIFY(!QFile::exists(dir.filePath("out.zmp")));
+    QVERIFY(run.out.contains(QStringLiteral("selected pixels: %1").arg(picked)));
 }
 
 QTEST_GUILESS_MAIN(TestRelationHistogram)

@@ -1,13 +1,10 @@
-#include "Cli.h"
+#include "tests/support/CliFixtures.h"
 
 #include "core/TDDataWL.h"
 #include "xafs/LcfEngine.h"
 #include "xafs/LcfModel.h"
 #include "xafs/XafsSpectrum.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -128,7 +125,6 @@ private slots:
     void recoversSyntheticStack();
     void refusals_data();
     void refusals();
-    void copperMixtures();
     void commandLineRoundTrip();
 };
 
@@ -190,7 +186,7 @@ void TestLcfEngine::shiftAndFreshNormalisation()
     // dE = +1.5 moves the reference up: image energy E reads the curve at E - 1.5.
     LcfModel model;
     QString error;
-    const LcfModel::Reference line{QStringLiteral("line"), [](double e) { return e; }, 1.5, 0.0};
+    const LcfModel::Reference line{"line", [](double e) { return e; }, 1.5, 0.0};
     QVERIFY(model.build({10.0, 20.0, 30.0}, {line}, Kind::Free, false, &error));
     QCOMPARE(model.design(1, 0), 18.5);
     QCOMPARE(model.referenceAt(0, 40.0), 38.5);
@@ -199,8 +195,8 @@ void TestLcfEngine::shiftAndFreshNormalisation()
     Spectrum points;
     for (double e = 8900.0; e <= 9100.0; e += 1.0)
         points.append(e, 0.1 + std::atan((e - 8980.0) / 3.0) / M_PI);
-    const XafsSpectrum fresh(points, QStringLiteral("a"), 1, 0.0, {});
-    XafsSpectrum used(points, QStringLiteral("a"), 0, 0.0, {});
+    const XafsSpectrum fresh(points, "a", 1, 0.0, {});
+    XafsSpectrum used(points, "a", 0, 0.0, {});
     used.setXOffset(true, 7.0);
     used.normalize(1);
     const LcfModel::Reference ref = LcfModel::fromSpectrum(used, 1, 0.0);
@@ -217,8 +213,8 @@ void TestLcfEngine::recoversSyntheticStack()
     QList<double> energies;
     for (int e = 0; e < k; ++e)
         energies << 7090.0 + 5.0 * e;
-    const LcfModel::Reference a = edgeCurve(QStringLiteral("metal"), 7112.0, 0.1);
-    const LcfModel::Reference b = edgeCurve(QStringLiteral("oxide"), 7124.0, 0.6, 2.0);
+    const LcfModel::Reference a = edgeCurve("metal", 7112.0, 0.1);
+    const LcfModel::Reference b = edgeCurve("oxide", 7124.0, 0.6, 2.0);
     std::vector<std::unique_ptr<TDDataWL>> stack;
     for (int e = 0; e < k; ++e)
         stack.push_back(image(w, h));
@@ -250,8 +246,8 @@ void TestLcfEngine::recoversSyntheticStack()
     QVERIFY2(result.ok(), qPrintable(error));
     QCOMPARE(lastDone, qsizetype(w) * h);
     QCOMPARE(result.validPixels, qsizetype(w) * h - 3);
-    QCOMPARE(result.weights[1]->dataId(), QStringLiteral("LCF[oxide] w"));
-    QCOMPARE(result.fractions[0]->dataId(), QStringLiteral("LCF[metal] f"));
+    QCOMPARE(result.weights[1]->dataId(), "LCF[oxide] w");
+    QCOMPARE(result.fractions[0]->dataId(), "LCF[metal] f");
     QCOMPARE(result.total->level(), 1);
 
     double worst = 0.0;
@@ -311,18 +307,15 @@ void TestLcfEngine::refusals()
     QFETCH(bool, dependent);
     QFETCH(bool, offset);
     QFETCH(QString, message);
-    LcfModel::Reference second = edgeCurve(QStringLiteral("twice"), 7112.0, 0.1);
+    LcfModel::Reference second = edgeCurve("twice", 7112.0, 0.1);
     if (dependent)
         second.curve = [c = edgeCurve({}, 7112.0, 0.1).curve](double e) { return 2.0 * c(e); };
     else
-        second = edgeCurve(QStringLiteral("other"), 7124.0, 0.5);
+        second = edgeCurve("other", 7124.0, 0.5);
     LcfModel model;
     QString error;
-    const bool built =
-        model.build(energies, {edgeCurve(QStringLiteral("one"), 7112.0, 0.1), second}, Kind(kind),
-                    offset, &error,
-                    {QStringLiteral("a.zmp"), QStringLiteral("b.zmp"), QStringLiteral("c.zmp"),
-                     QStringLiteral("d.zmp")});
+    const bool built = model.build(energies, {edgeCurve("one", 7112.0, 0.1), second}, Kind(kind),
+                                   offset, &error, {"a.zmp", "b.zmp", "c.zmp", "d.zmp"});
     QCOMPARE(built, message.isEmpty());
     QVERIFY2(error.contains(message), qPrintable(error));
     if (!built) return;
@@ -333,81 +326,22 @@ void TestLcfEngine::refusals()
     const LcfModel::PixelFit fit = model.fitPixel(mu.data());
     QVERIFY(fit.residual < 1e-12);
     QVERIFY(std::fabs(fit.weights[0] + 2.0 * fit.weights[1] - 0.7) < 1e-9);
-
-    // A stack whose third image has another size is refused by name.
-    std::vector<std::unique_ptr<TDDataWL>> stack;
-    for (int e = 0; e < 4; ++e)
-        stack.push_back(image(4, e == 2 ? 5 : 4));
-    const LcfEngine::Result result =
-        LcfEngine::run(model, pointers(stack), {}, &error, {"a", "b", QStringLiteral("odd.zmp")});
-    QVERIFY(!result.ok());
-    QVERIFY2(error.startsWith(QStringLiteral("odd.zmp is 4 x 5")), qPrintable(error));
-}
-
-void TestLcfEngine::copperMixtures()
-{
-    // Pixels mixing the three measured spectra, each scaled to a unit edge jump: the fit
-    // recovers the mixing fractions although the pixels are raw mu, not normalised.
-    const QStringList names = {"cu_foil", "cu_cu2o", "cu_cuo"};
-    QList<LcfModel::Reference> refs;
-    std::vector<XafsSpectrum> raw(3);
-    for (int j = 0; j < 3; ++j) {
-        const QString path = QStringLiteral(ZELMAP_TESTDATA "/xafs/%1_herfd.dat").arg(names[j]);
-        QVERIFY2(raw[size_t(j)].loadAndNormalize(path), qPrintable(path));
-        refs << LcfModel::fromSpectrum(raw[size_t(j)], 1, 0.0);
-    }
-    QList<double> energies;
-    std::vector<int> index;
-    for (int i = 0; i < raw[0].size(); i += 3)
-        if (raw[0].x(i) > 8950.0 && raw[0].x(i) < 9100.0)
-            energies << raw[0].x(i), index.push_back(i);
-    LcfModel model;
-    QString error;
-    QVERIFY2(model.build(energies, refs, Kind::NonNegative, true, &error), qPrintable(error));
-    const double mixtures[][3] = {{1, 0, 0}, {0.2, 0.5, 0.3}, {0.6, 0, 0.4}, {0.1, 0.1, 0.8}};
-    for (const auto &f : mixtures) {
-        std::vector<double> mu;
-        for (int i : index) {
-            double m = 0.0;
-            for (int j = 0; j < 3; ++j)
-                m += f[j] * raw[size_t(j)].y(i) / raw[size_t(j)].jump();
-            mu.push_back(m);
-        }
-        const LcfModel::PixelFit fit = model.fitPixel(mu.data());
-        for (int j = 0; j < 3; ++j)
-            QVERIFY2(
-                std::fabs(fit.fraction(j) - f[j]) < 0.03,
-                qPrintable(
-                    QStringLiteral("%1: %2 for %3").arg(names[j]).arg(fit.fraction(j)).arg(f[j])));
-    }
 }
 
 void TestLcfEngine::commandLineRoundTrip()
 {
     QTemporaryDir tmp;
-    const auto run = [](const QStringList &args, QString *errText = nullptr) {
-        QString o, e;
-        QTextStream out(&o), err(&e);
-        const int rc = Cli::run(QStringList{QStringLiteral("lcf")} + args, out, err);
-        err.flush();
-        if (errText) *errText = e;
-        return rc;
-    };
     // Two references as spectrum files, and a 3 x 2 stack mixed from them as the fit reads them.
     QStringList refFiles;
     QList<LcfModel::Reference> refs;
     for (const auto &[name, e0] : {std::pair{"a", 7112.0}, std::pair{"b", 7124.0}}) {
-        const QString path = tmp.filePath(QLatin1String(name) + QStringLiteral(".dat"));
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Text));
-        f.write("# energy mu\n");
+        QByteArray text = "# energy mu\n";
         for (double e = 7000.0; e <= 7300.0; e += 1.0)
-            f.write(QByteArray::number(e) + ' ' +
-                    QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n');
-        f.close();
-        refFiles << path;
+            text += QByteArray::number(e) + ' ' +
+                    QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n';
+        refFiles << writeFile(tmp, QString(name) + ".dat", text);
         QString error;
-        refs << *LcfModel::fromFile(path, 1, name[0] == 'b' ? 1.5 : 0.0, &error);
+        refs << *LcfModel::fromFile(refFiles.last(), 1, name[0] == 'b' ? 1.5 : 0.0, &error);
     }
     const double fa[] = {1, 0.75, 0.5, 0.25, 0, 0.4};
     QStringList stack;
@@ -418,36 +352,24 @@ void TestLcfEngine::commandLineRoundTrip()
         stack << tmp.filePath(QStringLiteral("mu_%1eV.zmp").arg(e));
         QVERIFY(r.save(stack.last()));
     }
-    const QString out = tmp.filePath(QStringLiteral("fit"));
-    const QStringList args = QStringList{"--ref", refFiles[0], "--ref", refFiles[1] + "@1.5",
-                                         "--fit", "sum1",      "-o",    out} +
-                             stack;
-    QCOMPARE(run(args), 0);
+    const QString out = tmp.filePath("fit");
+    QCOMPARE(runCli(QStringList{"lcf", "--ref", refFiles[0], "--ref", refFiles[1] + "@1.5", "--fit",
+                                "sum1", "-o", out} +
+                    stack)
+                 .status,
+             0);
     TDDataWL fraction(0, 0);
-    QVERIFY(fraction.load(out + QStringLiteral("/fraction_0.zmp")));
-    QCOMPARE(fraction.dataId(), QStringLiteral("LCF[a] f"));
+    QVERIFY(fraction.load(out + "/fraction_0.zmp"));
+    QCOMPARE(fraction.dataId(), "LCF[a] f");
     for (int p = 0; p < 6; ++p)
         QVERIFY(std::fabs(fraction.value(qsizetype(p)) - fa[p]) < 1e-9);
-    QVERIFY(QFile::exists(out + QStringLiteral("/residual.zmp")));
-    QVERIFY(!QFile::exists(out + QStringLiteral("/offset.zmp")));
+    QVERIFY(QFile::exists(out + "/residual.zmp"));
+    QVERIFY(!QFile::exists(out + "/offset.zmp"));
 
     // A reference read beyond its measured range is used, and said to be extrapolated.
-    QString err;
-    QCOMPARE(run(QStringList{"--ref", refFiles[0] + "@-200", "-o", out} + stack, &err), 0);
-    QVERIFY2(err.contains(QStringLiteral("'a' is extrapolated at 7310 eV")), qPrintable(err));
-
-    // Refusals: an energy missing from a name, a count mismatch, an image of another size.
-    QCOMPARE(run(QStringList{"--ref", refFiles[0], refFiles[0], stack[1], "-o", out}, &err), 2);
-    QVERIFY(err.contains(QStringLiteral("give --energies")));
-    QCOMPARE(
-        run({"--ref", refFiles[0], "--energies", "1,2,3", stack[0], stack[1], "-o", out}, &err), 2);
-    TDDataWL odd(2, 2);
-    QVERIFY(odd.save(tmp.filePath(QStringLiteral("odd_7200eV.zmp"))));
-    QCOMPARE(
-        run(QStringList{"--ref", refFiles[0], stack[0], tmp.filePath("odd_7200eV.zmp"), "-o", out},
-            &err),
-        1);
-    QVERIFY2(err.contains(QStringLiteral("odd_7200eV.zmp is 2 x 2")), qPrintable(err));
+    const CliRun r = runCli(QStringList{"lcf", "--ref", refFiles[0] + "@-200", "-o", out} + stack);
+    QCOMPARE(r.status, 0);
+    QVERIFY2(r.err.contains("'a' is extrapolated at 7310 eV"), qPrintable(r.err));
 }
 
 QTEST_MAIN(TestLcfEngine)
