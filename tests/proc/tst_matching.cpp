@@ -1,11 +1,11 @@
-#include "Cli.h"
 #include "core/TDDataWL.h"
 #include "proc/MatchingF.h"
 #include "proc/MatchingRun.h"
 
+#include "../support/WidgetFixtures.h"
+
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <cmath>
 #include <limits>
@@ -322,41 +322,22 @@ void TestMatching::commandLine()
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     QVERIFY(s->save(in));
     const auto cli = [&](QStringList args) {
-        QString o, e;
-        QTextStream out(&o), err(&e);
-        return Cli::run(QStringList{QStringLiteral("filter"), QStringLiteral("match")} + args, out,
-                        err);
+        return fx::cli(QStringList{"filter", "match"} + args + QStringList{in, "-o", in + "o"});
     };
-    const QString a = dir.filePath(QStringLiteral("a.zmp")),
-                  b = dir.filePath(QStringLiteral("b.zmp"));
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("10"), QStringLiteral("12"),
-                  QStringLiteral("19"), QStringLiteral("20"), QStringLiteral("--arccos"), in,
-                  QStringLiteral("-o"), a}),
-             0);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("10"), QStringLiteral("12"),
-                  QStringLiteral("19"), QStringLiteral("20"), QStringLiteral("--arccos"),
-                  QStringLiteral("--exec2"), in, QStringLiteral("-o"), b}),
-             0);
+    const QStringList tpl = {"--template", "10", "12", "19", "20"};
+    QCOMPARE(cli(tpl + QStringList{"--arccos"}), 0);
     TDDataWL ra(0, 0), rb(0, 0);
-    QVERIFY(ra.load(a));
-    QVERIFY(rb.load(b));
+    QVERIFY(ra.load(in + "o"));
+    QCOMPARE(cli(tpl + QStringList{"--arccos", "--exec2"}), 0);
+    QVERIFY(rb.load(in + "o"));
     s->setRegion(QRect(QPoint(10, 12), QPoint(19, 20)));
     compare(ra, *reference(*s, QRect(0, 0, 90, 70), 2), 1e-9);
     compare(rb, ra, 0.0);
-    // Usage mistakes: no template, both paths, threads below 1.
-    QCOMPARE(cli({in, QStringLiteral("-o"), a}), 2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), QStringLiteral("--exec2"),
-                  QStringLiteral("--threads"), QStringLiteral("2"), in, QStringLiteral("-o"), a}),
-             2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), QStringLiteral("--threads"),
-                  QStringLiteral("0"), in, QStringLiteral("-o"), a}),
-             2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), dir.filePath(QStringLiteral("none")),
-                  QStringLiteral("-o"), a}),
-             1);
+    // Usage mistakes: no template, both paths, threads below 1; then an unreadable file.
+    QCOMPARE(cli({}), 2);
+    QCOMPARE(cli(tpl + QStringList{"--exec2", "--threads", "2"}), 2);
+    QCOMPARE(cli(tpl + QStringList{"--threads", "0"}), 2);
+    QCOMPARE(fx::cli(QStringList{"filter", "match"} + tpl + QStringList{in + "x", "-o", in}), 1);
 }
 
 QTEST_MAIN(TestMatching)

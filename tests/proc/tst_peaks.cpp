@@ -1,4 +1,3 @@
-#include "Cli.h"
 #include "core/Shape.h"
 #include "core/TDDataWL.h"
 #include "proc/ComparePeaksF.h"
@@ -8,7 +7,8 @@
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
+
+#include "../support/WidgetFixtures.h"
 
 #include <cmath>
 #include <limits>
@@ -240,10 +240,11 @@ void TestPeaks::comparePeaks()
 
 void TestPeaks::targetPositionsFromTheCount()
 {
-    QCOMPARE(ComparePeaksF::targetPositions({false, false, true}), QList<int>({0}));
-    QCOMPARE(ComparePeaksF::targetPositions({false, false, true, false, false, true}),
-             QList<int>({0, 1}));
-    QCOMPARE(ComparePeaksF::targetPositions({false, false}), QList<int>());
+    QCOMPARE(
+        (QList<QList<int>>{ComparePeaksF::targetPositions({false, false, true}),
+                           ComparePeaksF::targetPositions({false, false, true, false, false, true}),
+                           ComparePeaksF::targetPositions({false, false})}),
+        (QList<QList<int>>{{0}, {0, 1}, {}}));
 }
 
 void TestPeaks::commandLine()
@@ -254,12 +255,7 @@ void TestPeaks::commandLine()
     const QString out = dir.filePath(QStringLiteral("out.zmp"));
     QVERIFY(src->save(in));
     const auto run = [](const QStringList &args, QString *printed) {
-        QString o, e;
-        QTextStream os(&o), es(&e);
-        const int rc = Cli::run(args, os, es);
-        os.flush();
-        *printed = o;
-        return rc;
+        return fx::cli(args, printed);
     };
     QString printed;
     QCOMPARE(run({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30", "25",
