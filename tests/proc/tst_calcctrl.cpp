@@ -1,5 +1,4 @@
 #include "app/Body.h"
-#include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
@@ -8,10 +7,6 @@
 #include "../support/WidgetFixtures.h"
 
 #include <QCheckBox>
-#include <QSignalSpy>
-
-#include <cmath>
-#include <memory>
 
 using fx::child;
 using fx::click;

@@ -1,4 +1,3 @@
-#include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
@@ -10,11 +9,6 @@
 #include <QCheckBox>
 #include <QImage>
 #include <QLabel>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-
-#include <cmath>
-#include <memory>
 
 using fx::child;
 

@@ -1,6 +1,5 @@
 #include "app/Body.h"
 #include "core/Shape.h"
-#include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
@@ -70,10 +69,7 @@ void TestFilterCtrl::formAsListed()
 {
     FilterCtrl panel(nullptr);
     QCOMPARE(panel.atHalfWidths(), QPoint(12, 12));
-    QCOMPARE(panel.exclusionRadius(), 100.0);
-    QCOMPARE(panel.peakCount(), 10);
     QVERIFY(panel.findPeaksMax() && panel.comparePeaksMax());
-    QVERIFY(!panel.findPeaksOnImg() && !panel.comparePeaksOnImg());
     QCOMPARE(panel.matchingThresholdMode(), 1);
     QCOMPARE(panel.matchingExecMode(), 2);
 

@@ -10,9 +10,12 @@
 #include <QImage>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QWheelEvent>
 
+#include <cmath>
 #include <memory>
 
 namespace fx {
