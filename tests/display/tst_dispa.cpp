@@ -82,15 +82,6 @@ void TstDispA::cornersAndConversions()
     COMPARE_EACH((QList<double>{c.screenToDataXClamped(-40.0), c.screenToDataXClamped(1000.0),
                                 c.screenToDataYClamped(-40.0), c.screenToDataYClamped(400.0)}),
                  (QList<double>{-5, 5, 12, 2}));
-
-    // The mouse read-out goes through the same mapping at the corners.
-    QSignalSpy pos(&c, &ChCoord::nowPos);
-    // (QTest turns a null position into the centre, so use the other diagonal.)
-    QTest::mouseMove(d.get(), QPoint(0, 149));
-    QTest::mouseMove(d.get(), QPoint(299, 0));
-    QCOMPARE(pos.size(), 2);
-    QCOMPARE(at(pos, 0), QPointF(-5.0, 2.0));
-    QCOMPARE(at(pos, 1), QPointF(5.0, 12.0));
 }
 
 void TstDispA::plotMarginsAndEdges()
