@@ -1,11 +1,29 @@
 #include "display/ColorBar.h"
 #include "display/DrawText.h"
 
-#include <QApplication>
+#include "../support/WidgetFixtures.h"
+
 #include <QImage>
 #include <QPainter>
-#include <QSignalSpy>
-#include <QTest>
+
+namespace {
+
+// Pixels in rows y0..y1 - 1 for which the test holds.
+template <typename F> int count(const QImage &shot, int y0, int y1, F test)
+{
+    int n = 0;
+    for (int y = y0; y < y1; ++y)
+        for (int x = 0; x < shot.width(); ++x)
+            n += test(shot.pixelColor(x, y));
+    return n;
+}
+
+bool isWhite(const QColor &c)
+{
+    return c == QColor(Qt::white);
+}
+
+} // namespace
 
 class TstColorBar : public QObject
 {
@@ -37,9 +55,9 @@ void TstColorBar::barPictureOnScreen()
     QImage shot = bar->grab().toImage();
     QCOMPARE(shot.size(), QSize(20, 600));
     // Screen row y shows the ramp at (599 - y) / 600; labels cover only the two ends.
-    QCOMPARE(shot.pixelColor(10, 299), QColor(255, 128, 0));  // entry 383
-    QCOMPARE(shot.pixelColor(3, 449), QColor(191, 0, 0));     // entry 191
-    QCOMPARE(shot.pixelColor(17, 149), QColor(255, 255, 64)); // entry 574
+    // Entries 383, 191, 574.
+    QCOMPARE(fx::colours(shot, {{10, 299}, {3, 449}, {17, 149}}),
+             (QList<QColor>{{255, 128, 0}, {191, 0, 0}, {255, 255, 64}}));
     // Heights beyond the ends clamp.
     QCOMPARE((QList<QColor>{bar->colorOfH(0), bar->colorOfH(600), bar->colorOfH(-5),
                             bar->colorOfH(900)}),
@@ -52,17 +70,14 @@ void TstColorBar::barPictureOnScreen()
     QCOMPARE(updated.size(), 1);
     shot = bar->grab().toImage();
     const QColor line(0, 192, 255);
-    QCOMPARE(
-        (QList<QColor>{shot.pixelColor(10, 150), shot.pixelColor(10, 450), shot.pixelColor(10, 299),
-                       shot.pixelColor(10, 499), shot.pixelColor(10, 119)}),
-        (QList<QColor>{line, line, QColor(255, 128, 0), Qt::black, Qt::white}));
+    QCOMPARE(fx::colours(shot, {{10, 150}, {10, 450}, {10, 299}, {10, 499}, {10, 119}}),
+             (QList<QColor>{line, line, QColor(255, 128, 0), Qt::black, Qt::white}));
 
     bar->setPixelFormat(ColorBar0::kFormatGrayscale8);
     bar->setMarkers(0.0, 1.0);
     bar->paintCBar();
-    shot = bar->grab().toImage();
-    QCOMPARE(shot.pixelColor(10, 299), QColor(128, 128, 128));
-    QCOMPARE(shot.pixelColor(10, 449), QColor(64, 64, 64));
+    QCOMPARE(fx::colours(bar->grab().toImage(), {{10, 299}, {10, 449}}),
+             (QList<QColor>{{128, 128, 128}, {64, 64, 64}}));
 
     // A bar of another height stretches the picture over itself.
     bar->setPixelFormat(ColorBar0::kFormatRgb32);
@@ -71,9 +86,7 @@ void TstColorBar::barPictureOnScreen()
     shot = bar->grab().toImage();
     QCOMPARE(shot.size(), QSize(20, 300));
     const QColor mid = shot.pixelColor(10, 150);
-    QCOMPARE(mid.red(), 255);
-    QCOMPARE(mid.blue(), 0);
-    QVERIFY(mid.green() > 120 && mid.green() < 135);
+    QVERIFY(mid.red() == 255 && mid.blue() == 0 && mid.green() > 120 && mid.green() < 135);
 }
 
 void TstColorBar::labelsOnWhiteGround()
@@ -84,27 +97,14 @@ void TstColorBar::labelsOnWhiteGround()
     const QImage shot = bar->grab().toImage();
     // The top label starts at the top end, the bottom one ends at the bottom end: white
     // ground and label-coloured glyph pixels there, but not in the middle of the bar.
-    const auto count = [&](int y0, int y1, const QColor &c) {
-        int n = 0;
-        for (int y = y0; y < y1; ++y)
-            for (int x = 0; x < shot.width(); ++x)
-                n += shot.pixelColor(x, y) == c;
-        return n;
+    const auto greenish = [](const QColor &c) {
+        return c.red() < 100 && c.green() > 200 && c.blue() > 120;
     };
-    QVERIFY(count(3, 40, Qt::white) > 20);
-    QVERIFY(count(560, 597, Qt::white) > 20);
-    QCOMPARE(count(250, 350, Qt::white), 0);
-    const auto greenish = [&](int y0, int y1) {
-        int n = 0;
-        for (int y = y0; y < y1; ++y)
-            for (int x = 0; x < shot.width(); ++x) {
-                const QColor c = shot.pixelColor(x, y);
-                n += c.red() < 100 && c.green() > 200 && c.blue() > 120;
-            }
-        return n;
-    };
-    QVERIFY(greenish(0, 100) > 5);
-    QVERIFY(greenish(500, 600) > 5);
+    QVERIFY(count(shot, 3, 40, isWhite) > 20);
+    QVERIFY(count(shot, 560, 597, isWhite) > 20);
+    QCOMPARE(count(shot, 250, 350, isWhite), 0);
+    QVERIFY(count(shot, 0, 100, greenish) > 5);
+    QVERIFY(count(shot, 500, 600, greenish) > 5);
 }
 
 void TstColorBar::markerDragAndTie()
@@ -119,24 +119,22 @@ void TstColorBar::markerDragAndTie()
 
     // Exactly midway between the default markers: neither is taken, yet owners still hear
     // of the move with a button held.
+    const auto markers = [&bar] { return QPointF(bar->lowerMarker(), bar->upperMarker()); };
     QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 300));
     QVERIFY(!bar->isDragging());
     QTest::mouseMove(bar.get(), QPoint(10, 200));
     QCOMPARE(updating.size(), 1);
-    QCOMPARE(bar->lowerMarker(), 0.0);
-    QCOMPARE(bar->upperMarker(), 1.0);
+    QCOMPARE(markers(), QPointF(0, 1));
     updated.clear();
     QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 200));
     QCOMPARE(updated.size(), 1);
 
     // Near the top: the upper marker follows the cursor.
     QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 60));
-    QVERIFY(bar->isDragging());
-    QVERIFY(!bar->isDraggingLower());
+    QVERIFY(bar->isDragging() && !bar->isDraggingLower());
     QTest::mouseMove(bar.get(), QPoint(10, 120));
     QCOMPARE(updating.size(), 2);
-    QCOMPARE(bar->upperMarker(), 0.8);
-    QCOMPARE(bar->lowerMarker(), 0.0);
+    QCOMPARE(markers(), QPointF(0, 0.8));
     updated.clear();
     QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 120));
     QCOMPARE(updated.size(), 1);
@@ -153,21 +151,17 @@ void TstColorBar::markerDragAndTie()
     QTest::mouseMove(bar.get(), QPoint(10, 510));
     QTest::mouseMove(bar.get(), QPoint(10, 450));
     QCOMPARE(updating.size(), 4);
-    QCOMPARE(bar->lowerMarker(), 0.25);
     QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 450));
 
     // Any button drags; the right one too.
-    QTest::mousePress(bar.get(), Qt::RightButton, {}, QPoint(10, 180));
-    QTest::mouseMove(bar.get(), QPoint(10, 150));
-    QCOMPARE(bar->upperMarker(), 0.75);
-    QTest::mouseRelease(bar.get(), Qt::RightButton, {}, QPoint(10, 150));
+    fx::drag(bar.get(), QPoint(10, 180), QPoint(10, 150), Qt::RightButton);
+    QCOMPARE(markers(), QPointF(0.25, 0.75));
 
     // Midway between 0.25 and 0.75 is another exact tie.
     QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 300));
     QVERIFY(!bar->isDragging());
     QTest::mouseMove(bar.get(), QPoint(10, 10));
-    QCOMPARE(bar->lowerMarker(), 0.25);
-    QCOMPARE(bar->upperMarker(), 0.75);
+    QCOMPARE(markers(), QPointF(0.25, 0.75));
     QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 10));
 }
 
@@ -175,16 +169,9 @@ void TstColorBar::dragBeyondEndsAndCrossing()
 {
     auto bar = makeBar(300);
     bar->setValueRange(0.0, 10.0);
-    const auto whiteInMiddle = [&] {
-        // The dragged value's label sits within 47 rows of the middle of the bar; the end
-        // labels reach no further than 97 rows from the ends.
-        const QImage shot = bar->grab().toImage();
-        int white = 0;
-        for (int y = 100; y < 200; ++y)
-            for (int x = 0; x < 20; ++x)
-                white += shot.pixelColor(x, y) == QColor(Qt::white);
-        return white;
-    };
+    // The dragged value's label sits within 47 rows of the middle of the bar; the end
+    // labels reach no further than 97 rows from the ends.
+    const auto whiteInMiddle = [&] { return count(bar->grab().toImage(), 100, 200, isWhite); };
     QCOMPARE(whiteInMiddle(), 0);
     QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 20));
     QTest::mouseMove(bar.get(), QPoint(10, -30));
@@ -196,9 +183,7 @@ void TstColorBar::dragBeyondEndsAndCrossing()
 
     // The lower marker pulled above the upper one inverts the ramp.
     bar->setMarkers(0.0, 0.5);
-    QTest::mousePress(bar.get(), Qt::LeftButton, {}, QPoint(10, 290));
-    QTest::mouseMove(bar.get(), QPoint(10, 30));
-    QTest::mouseRelease(bar.get(), Qt::LeftButton, {}, QPoint(10, 30));
+    fx::drag(bar.get(), QPoint(10, 290), QPoint(10, 30));
     QCOMPARE(bar->lowerMarker(), 0.9);
     QCOMPARE(bar->colorOfH(0), QColor(255, 255, 255));
     QCOMPARE(bar->colorOfH(300), QColor(0, 0, 0));
@@ -219,19 +204,15 @@ void TstColorBar::turnedTextKeepsCentreAndFits()
     // Turned by a quarter: tall and narrow, within the turned box (20 by 100 about the
     // centre) up to font rounding, and filling it along one of its sides.
     QVERIFY(took.height() > took.width());
-    QVERIFY(qAbs(took.center().x() - 100.0) < 1.5);
-    QVERIFY(qAbs(took.center().y() - 100.0) < 1.5);
-    QVERIFY(took.width() <= 22.0);
-    QVERIFY(took.height() <= 102.0);
+    QVERIFY(qAbs(took.center().x() - 100.0) < 1.5 && qAbs(took.center().y() - 100.0) < 1.5);
+    QVERIFY(took.width() <= 22.0 && took.height() <= 102.0);
     QVERIFY(took.width() > 16.0 || took.height() > 80.0);
     QCOMPARE(img.pixelColor(took.center().toPoint() + QPoint(0, int(took.height() / 2) - 1)).red(),
              255);
-    QCOMPARE(img.pixelColor(100, 20), QColor(Qt::black));
-    QCOMPARE(img.pixelColor(20, 100), QColor(Qt::black));
+    QCOMPARE(fx::colours(img, {{100, 20}, {20, 100}}), QList<QColor>(2, Qt::black));
 
     // A largest size caps the fit; as-is mode keeps the font's own size.
-    QImage img2(200, 200, QImage::Format_RGB32);
-    QPainter p2(&img2);
+    QPainter p2(&img);
     const QRectF capped = DrawText::draw(&p2, 90.0, box, QFont(), Qt::AlignCenter, DrawText::kFit,
                                          QStringLiteral("12345"), 6.0);
     QFont big;

@@ -1,48 +1,51 @@
 #include "app/Body.h"
-#include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
 #include "proc/CalcCtrl.h"
 
-#include <QCheckBox>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTest>
+#include "../support/WidgetFixtures.h"
 
-#include <cmath>
-#include <memory>
+#include <QCheckBox>
+
+using fx::child;
+using fx::click;
+using fx::setText;
 
 namespace {
-
-template <typename T> T *child(QWidget *w, const char *name)
-{
-    T *found = w->findChild<T *>(QString::fromLatin1(name));
-    if (!found) qFatal("no widget %s", name);
-    return found;
-}
 
 // Entry k holds the value (k + 1) * (1 + x) everywhere, entry 3 is smaller.
 TDDataWL *makeRecord(int k)
 {
-    const int w = k == 3 ? 5 : 8;
-    auto *r = new TDDataWL(w, 6);
-    for (int y = 0; y < r->height(); ++y)
-        for (int x = 0; x < w; ++x)
-            r->setValue(x, y, (k + 1) * (1.0 + x), true);
-    r->setDataId(QStringLiteral("img%1").arg(k));
-    return r;
+    return fx::record(
+               k == 3 ? 5 : 8, 6, [k](int x, int) { return (k + 1) * (1.0 + x); },
+               [](int, int) { return true; }, QStringLiteral("img%1").arg(k))
+        .release();
 }
 
-void setText(QLineEdit *edit, const QString &text)
+void tick(DataCtrls *list, int k, const char *box)
 {
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
+    QTest::mouseClick(child<QCheckBox>(list->at(k), QLatin1String(box)), Qt::LeftButton);
 }
 
 } // namespace
+
+// Four entries in a list with the panel listening to its selections.
+struct Panel
+{
+    ImgBase base;
+    DataCtrls list{QStringLiteral("DCs of test")};
+    CalcCtrl calc{&list};
+    Panel()
+    {
+        list.setImgBase(&base);
+        QObject::connect(&list, &DataCtrls::selsChanged, &calc, &CalcCtrl::selsChanged);
+        for (int k = 0; k < 4; ++k)
+            list.addData(makeRecord(k));
+        list.show();
+        calc.show();
+    }
+};
 
 class TestCalcCtrl : public QObject
 {
@@ -50,56 +53,29 @@ class TestCalcCtrl : public QObject
 
 private Q_SLOTS:
     void initTestCase() { qRegisterMetaType<TDDataWL *>(); }
-    void init();
-    void cleanup();
     void genFromTypedFormulas();
     void selectionsRewriteFormulas();
     void mainWindowTakesResults();
-
-private:
-    std::unique_ptr<ImgBase> m_base;
-    std::unique_ptr<DataCtrls> m_list;
-    std::unique_ptr<CalcCtrl> m_calc;
 };
-
-void TestCalcCtrl::init()
-{
-    m_base = std::make_unique<ImgBase>();
-    m_list = std::make_unique<DataCtrls>(QStringLiteral("DCs of test"));
-    m_list->setImgBase(m_base.get());
-    m_calc = std::make_unique<CalcCtrl>(m_list.get());
-    connect(m_list.get(), &DataCtrls::selsChanged, m_calc.get(), &CalcCtrl::selsChanged);
-    for (int k = 0; k < 4; ++k)
-        m_list->addData(makeRecord(k));
-    m_list->show();
-    m_calc->show();
-}
-
-void TestCalcCtrl::cleanup()
-{
-    m_calc.reset();
-    m_list.reset();
-    m_base.reset();
-}
 
 void TestCalcCtrl::genFromTypedFormulas()
 {
-    QSignalSpy spy(m_calc.get(), &CalcCtrl::newDataGenerated);
-    auto *num = child<QLineEdit>(m_calc.get(), "Numerators");
-    auto *den = child<QLineEdit>(m_calc.get(), "Denominators");
-    auto *gen = child<QPushButton>(m_calc.get(), "Gen");
-
+    Panel p;
+    QSignalSpy spy(&p.calc, &CalcCtrl::newDataGenerated);
+    std::unique_ptr<TDDataWL> result;
+    const auto gen = [&](const char *num, const char *den) {
+        setText(&p.calc, "Numerators", QLatin1String(num));
+        setText(&p.calc, "Denominators", QLatin1String(den));
+        click(&p.calc, "Gen");
+        QCOMPARE(spy.count(), 1);
+        result.reset(spy.takeFirst().at(0).value<TDDataWL *>());
+    };
     // Nothing to compute: no signal.
-    QTest::mouseClick(gen, Qt::LeftButton);
+    click(&p.calc, "Gen");
     QCOMPARE(spy.count(), 0);
 
-    QTest::keyClicks(num, QStringLiteral("I[2]"));
-    QTest::keyClicks(den, QStringLiteral("I[1]"));
-    QTest::mouseClick(child<QCheckBox>(m_calc.get(), "Neg"), Qt::LeftButton);
-    QTest::mouseClick(gen, Qt::LeftButton);
-    QCOMPARE(spy.count(), 1);
-    std::unique_ptr<TDDataWL> result(spy.takeFirst().at(0).value<TDDataWL *>());
-    QVERIFY(result);
+    click(&p.calc, "Neg");
+    gen("I[2]", "I[1]");
     QCOMPARE(result->dataId(), QStringLiteral("Cl[-log(I[2]/I[1])]"));
     QCOMPARE(result->width(), 8);
     QCOMPARE(result->level(), 1);
@@ -107,61 +83,50 @@ void TestCalcCtrl::genFromTypedFormulas()
     QCOMPARE(result->validCount(), result->pixelCount());
 
     // Log off, Neg off again; the smaller entry 3 crops the result.
-    QTest::mouseClick(child<QCheckBox>(m_calc.get(), "Log"), Qt::LeftButton);
-    QTest::mouseClick(child<QCheckBox>(m_calc.get(), "Neg"), Qt::LeftButton);
-    setText(num, QStringLiteral("2I[0]+I[3]"));
-    setText(den, QString());
-    QTest::mouseClick(gen, Qt::LeftButton);
-    QCOMPARE(spy.count(), 1);
-    result.reset(spy.takeFirst().at(0).value<TDDataWL *>());
+    click(&p.calc, "Log");
+    click(&p.calc, "Neg");
+    gen("2I[0]+I[3]", "");
     QCOMPARE(result->dataId(), QStringLiteral("Cl[2I[0]+I[3]/]"));
     QCOMPARE(result->width(), 5);
     QCOMPARE(result->value(2, 5), 2 * 3.0 + 4 * 3.0);
 
     // A region drawn on entry 1 limits where it counts.
-    m_list->record(1)->setRegion(QRect(1, 2, 3, 2));
-    setText(num, QStringLiteral("I[1]"));
-    QTest::mouseClick(gen, Qt::LeftButton);
-    result.reset(spy.takeFirst().at(0).value<TDDataWL *>());
+    p.list.record(1)->setRegion(QRect(1, 2, 3, 2));
+    gen("I[1]", "");
     QCOMPARE(result->validCount(), 6);
-    QVERIFY(result->isValid(3, 3));
-    QVERIFY(!result->isValid(4, 3));
+    QVERIFY(result->isValid(3, 3) && !result->isValid(4, 3));
 
     // Entry numbers follow the list: after the first entry goes, I[0] is the old entry 1.
-    m_list->record(1)->regionCleared();
-    m_list->removeDataCtrl(m_list->at(0));
-    setText(num, QStringLiteral("I[0]"));
-    setText(den, QString());
-    QTest::mouseClick(gen, Qt::LeftButton);
-    result.reset(spy.takeFirst().at(0).value<TDDataWL *>());
+    p.list.record(1)->regionCleared();
+    p.list.removeDataCtrl(p.list.at(0));
+    gen("I[0]", "");
     QCOMPARE(result->value(0, 0), 2.0);
 }
 
 void TestCalcCtrl::selectionsRewriteFormulas()
 {
-    auto *num = child<QLineEdit>(m_calc.get(), "Numerators");
-    auto *den = child<QLineEdit>(m_calc.get(), "Denominators");
+    Panel p;
+    auto *num = child<QLineEdit>(&p.calc, QStringLiteral("Numerators"));
+    auto *den = child<QLineEdit>(&p.calc, QStringLiteral("Denominators"));
+    const auto texts = [&] { return QStringList{num->text(), den->text()}; };
     QTest::keyClicks(num, QStringLiteral("-2I[3]"));
     QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
 
-    QTest::mouseClick(child<QCheckBox>(m_list->at(3), "MultiSelA"), Qt::LeftButton);
-    QCOMPARE(num->text(), QStringLiteral("-2*I[3]"));
     // B is empty, so the denominators empty as well.
-    QCOMPARE(den->text(), QString());
+    tick(&p.list, 3, "MultiSelA");
+    QCOMPARE(texts(), (QStringList{"-2*I[3]", ""}));
+    QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
+    tick(&p.list, 1, "MultiSelA");
+    QCOMPARE(texts(), (QStringList{"I[1]-2*I[3]", ""}));
 
     QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
-    QTest::mouseClick(child<QCheckBox>(m_list->at(1), "MultiSelA"), Qt::LeftButton);
-    QCOMPARE(num->text(), QStringLiteral("I[1]-2*I[3]"));
-    QCOMPARE(den->text(), QString());
-
-    QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
-    QTest::mouseClick(child<QCheckBox>(m_list->at(0), "MultiSelB"), Qt::LeftButton);
+    tick(&p.list, 0, "MultiSelB");
     QCOMPARE(den->text(), QStringLiteral("-0*I[0]"));
-    QTest::mouseClick(child<QCheckBox>(m_list->at(2), "MultiSelB"), Qt::LeftButton);
+    tick(&p.list, 2, "MultiSelB");
     QCOMPARE(den->text(), QStringLiteral("-0*I[0]+I[2]"));
 
     // Unticking drops the term; the kept coefficient stays.
-    QTest::mouseClick(child<QCheckBox>(m_list->at(1), "MultiSelA"), Qt::LeftButton);
+    tick(&p.list, 1, "MultiSelA");
     QCOMPARE(num->text(), QStringLiteral("-2*I[3]"));
 }
 
@@ -169,15 +134,15 @@ void TestCalcCtrl::mainWindowTakesResults()
 {
     Body body;
     body.show();
-    auto *frame = child<QWidget>(&body, "CalcFrame");
+    auto *frame = child(&body, QStringLiteral("CalcFrame"));
     QVERIFY(!frame->isVisible());
-    QTest::mouseClick(child<QPushButton>(&body, "Calc"), Qt::LeftButton);
+    click(&body, "Calc");
     QVERIFY(frame->isVisible());
     body.calculatedData(makeRecord(0));
     body.calculatedData(makeRecord(1));
-    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(1), "MultiSelA"), Qt::LeftButton);
-    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(0), "MultiSelB"), Qt::LeftButton);
-    QTest::mouseClick(child<QPushButton>(frame, "Gen"), Qt::LeftButton);
+    tick(body.dataCtrls(), 1, "MultiSelA");
+    tick(body.dataCtrls(), 0, "MultiSelB");
+    click(frame, "Gen");
     QCOMPARE(body.dataCtrls()->count(), 3);
     QCOMPARE(body.dataCtrls()->record(2)->dataId(), QStringLiteral("Cl[log(I[1]/I[0])]"));
     QCOMPARE(body.dataCtrls()->record(2)->value(0), std::log(2.0));

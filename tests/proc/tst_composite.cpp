@@ -1,46 +1,23 @@
-#include "core/TDDataWL.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
 #include "proc/CompositeCtrl.h"
 #include "proc/RgbComposite.h"
 
+#include "../support/WidgetFixtures.h"
+
 #include <QCheckBox>
 #include <QImage>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
-#include <cmath>
-#include <memory>
+using fx::child;
 
 namespace {
-
-template <typename T> T *child(QWidget *w, const char *name)
-{
-    T *found = w->findChild<T *>(QString::fromLatin1(name));
-    if (!found) qFatal("no widget %s", name);
-    return found;
-}
 
 // value(x, y) = scale * x + y, all valid.
 TDDataWL *makeRecord(int w, int h, double scale)
 {
-    auto *r = new TDDataWL(w, h);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            r->setValue(x, y, scale * x + y, true);
-    return r;
-}
-
-void setText(QLineEdit *edit, const QString &text)
-{
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
+    return fx::record(w, h, [scale](int x, int y) { return scale * x + y; }).release();
 }
 
 } // namespace
@@ -74,15 +51,12 @@ void TestComposite::writesPngOfChannelValues()
     QVERIFY(comp.save(png));
     QImage back(png);
     QCOMPARE(back.size(), QSize(4, 5));
-    for (int y = 0; y < 5; ++y) {
-        for (int x = 0; x < 4; ++x) {
-            const QRgb p = back.pixel(x, y);
-            const int r = (x == 1 && y == 2) ? 0 : RgbComposite::level(x + y, true, 0.0, 5.0);
-            QCOMPARE(qRed(p), r);
-            QCOMPARE(qGreen(p), RgbComposite::level(2.0 * x + y, true, 0.0, 10.0));
-            QCOMPARE(qBlue(p), RgbComposite::level(y, true, 5.0, 0.0));
-        }
-    }
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 4; ++x)
+            QCOMPARE(back.pixel(x, y),
+                     qRgb((x == 1 && y == 2) ? 0 : RgbComposite::level(x + y, true, 0.0, 5.0),
+                          RgbComposite::level(2.0 * x + y, true, 0.0, 10.0),
+                          RgbComposite::level(y, true, 5.0, 0.0)));
 
     // A missing channel is black; JPEG goes by the suffix.
     comp.setChannel(RgbComposite::Green, nullptr, 0.0, 1.0);
@@ -91,12 +65,12 @@ void TestComposite::writesPngOfChannelValues()
     const QImage jpeg(dir.filePath(QStringLiteral("c.jpg")));
     QVERIFY(jpeg.size() == QSize(6, 5) && qGreen(jpeg.pixel(5, 4)) < 24);
 
-    // Clamped at both ends; low above high inverts; a flat range is a step.
-    QCOMPARE(RgbComposite::level(-3.0, true, 0.0, 10.0), 0);
-    QCOMPARE(RgbComposite::level(30.0, true, 0.0, 10.0), 255);
-    QCOMPARE(RgbComposite::level(2.0, true, 10.0, 0.0), 204);
-    QCOMPARE(RgbComposite::level(std::nan(""), true, 0.0, 10.0), 0);
-    QCOMPARE(RgbComposite::level(4.0, true, 4.0, 4.0), 255);
+    // Clamped at both ends; low above high inverts; NaN is black; a flat range is a step.
+    using C = RgbComposite;
+    QCOMPARE((QList<int>{C::level(-3.0, true, 0, 10), C::level(30.0, true, 0, 10),
+                         C::level(2.0, true, 10, 0), C::level(std::nan(""), true, 0, 10),
+                         C::level(4.0, true, 4, 4)}),
+             (QList<int>{0, 255, 204, 0, 255}));
 
     // A preview fits the box and samples the picture.
     const QImage preview = comp.compose(QSize(3, 3));
@@ -117,31 +91,33 @@ void TestComposite::controlFollowsSelectionA()
     list.addData(makeRecord(8, 8, 3.0));
     list.show();
     ctrl.show();
-    auto *save = child<QPushButton>(&ctrl, "SaveComposite");
+    auto *save = child(&ctrl, QStringLiteral("SaveComposite"));
     QVERIFY(!save->isEnabled());
     QTemporaryDir dir;
 
     // Ticked in the order 2, 0: list order decides, so entry 0 is red and entry 2 green.
-    QTest::mouseClick(child<QCheckBox>(list.at(2), "MultiSelA"), Qt::LeftButton);
-    QTest::mouseClick(child<QCheckBox>(list.at(0), "MultiSelA"), Qt::LeftButton);
+    const auto tickA = [&list](int k) { fx::click(list.at(k), "MultiSelA"); };
+    tickA(2);
+    tickA(0);
     QVERIFY(save->isEnabled());
     QCOMPARE(ctrl.composite().record(RgbComposite::Red), list.record(0));
     QCOMPARE(ctrl.composite().record(RgbComposite::Green), list.record(2));
     QVERIFY(!ctrl.composite().record(RgbComposite::Blue));
-    auto *redLow = child<QLineEdit>(&ctrl, "RedLow");
-    auto *redHigh = child<QLineEdit>(&ctrl, "RedHigh");
-    QCOMPARE(redHigh->text(), QStringLiteral("14"));
-    QCOMPARE(child<QLineEdit>(&ctrl, "GreenHigh")->text(), QStringLiteral("75"));
-    QVERIFY(!child<QLineEdit>(&ctrl, "BlueLow")->isEnabled());
-    QVERIFY(!child<QLabel>(&ctrl, "Preview")->pixmap().isNull());
+    const auto edit = [&ctrl](const char *name) {
+        return child<QLineEdit>(&ctrl, QLatin1String(name));
+    };
+    QCOMPARE(edit("RedHigh")->text(), QStringLiteral("14"));
+    QCOMPARE(edit("GreenHigh")->text(), QStringLiteral("75"));
+    QVERIFY(!edit("BlueLow")->isEnabled());
+    QVERIFY(!child<QLabel>(&ctrl, QStringLiteral("Preview"))->pixmap().isNull());
 
-    setText(redLow, QStringLiteral("2"));
-    setText(redHigh, QStringLiteral("4"));
+    fx::setText(edit("RedLow"), QStringLiteral("2"));
+    fx::setText(edit("RedHigh"), QStringLiteral("4"));
     QCOMPARE(ctrl.composite().low(RgbComposite::Red), 2.0);
     QCOMPARE(ctrl.composite().high(RgbComposite::Red), 4.0);
 
     // An edited range survives a selection change that keeps the channel's image.
-    QTest::mouseClick(child<QCheckBox>(list.at(3), "MultiSelA"), Qt::LeftButton);
+    tickA(3);
     QCOMPARE(ctrl.composite().high(RgbComposite::Red), 4.0);
     QCOMPARE(ctrl.composite().record(RgbComposite::Blue), list.record(3));
 
@@ -154,12 +130,10 @@ void TestComposite::controlFollowsSelectionA()
     QCOMPARE(img.size(), QSize(8, 6));
     // Display ranges start at the smallest value other than zero.
     const QRgb p = img.pixel(1, 2); // red 3 in [2, 4], green 12 in [1, 75], blue 5 in [1, 28]
-    QCOMPARE(qRed(p), 128);
-    QCOMPARE(qGreen(p), 38);
-    QCOMPARE(qBlue(p), 38);
+    QCOMPARE(p, qRgb(128, 38, 38));
 
-    QTest::mouseClick(child<QPushButton>(&ctrl, "ResetRanges"), Qt::LeftButton);
-    QCOMPARE(redLow->text(), QStringLiteral("1"));
+    fx::click(&ctrl, "ResetRanges");
+    QCOMPARE(edit("RedLow")->text(), QStringLiteral("1"));
     QCOMPARE(ctrl.composite().high(RgbComposite::Red), 14.0);
 
     // Removing the red entry moves the others up a channel.

@@ -1,46 +1,45 @@
 #include "app/Body.h"
-#include "core/TDDataWL.h"
+#include "core/Shape.h"
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
 #include "display/DispA.h"
 #include "display/ImgDisp.h"
-#include "core/Shape.h"
 #include "proc/FilterCtrl.h"
+
+#include "../support/WidgetFixtures.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
-#include <QTest>
+
+using fx::child;
+using fx::click;
+using fx::setText;
 
 namespace {
 
-template <typename T> T *child(QObject *w, const QString &name)
-{
-    T *found = w->findChild<T *>(name);
-    if (!found) qFatal("no widget %s", qPrintable(name));
-    return found;
-}
-
 TDDataWL *makeRecord(int k)
 {
-    auto *r = new TDDataWL(40, 30);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 40; ++x)
-            r->setValue(x, y, double((x * 7 + y * 13 + k) % 17), (x + y) % 9 != 0);
-    r->setDataId(QStringLiteral("img%1").arg(k));
-    return r;
+    return fx::record(
+               40, 30, [k](int x, int y) { return double((x * 7 + y * 13 + k) % 17); },
+               [](int x, int y) { return (x + y) % 9 != 0; }, QStringLiteral("img%1").arg(k))
+        .release();
 }
 
-void setText(QLineEdit *edit, const QString &text)
+// A main window holding the given entries, its filter panel open.
+QWidget *openFilter(Body &body, std::initializer_list<int> entries)
 {
-    edit->selectAll();
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClicks(edit, text);
+    body.show();
+    for (int k : entries)
+        body.calculatedData(makeRecord(k));
+    auto *frame = child(&body, QStringLiteral("FilterFrame"));
+    if (frame->isVisible()) qFatal("the filter panel shows before it is asked for");
+    click(&body, "Filter");
+    return frame;
 }
 
 // A plain left drag between two points given as fractions of the canvas.
@@ -49,9 +48,7 @@ void dragOn(DispA *canvas, QPointF a, QPointF b)
     const QSize s = canvas->size();
     const QPoint pa(int(a.x() * s.width()), int(a.y() * s.height()));
     const QPoint pb(int(b.x() * s.width()), int(b.y() * s.height()));
-    QTest::mousePress(canvas, Qt::LeftButton, {}, pa);
-    QTest::mouseMove(canvas, pb);
-    QTest::mouseRelease(canvas, Qt::LeftButton, {}, pb);
+    fx::drag(canvas, pa, pb);
 }
 
 } // namespace
@@ -71,51 +68,23 @@ private Q_SLOTS:
 void TestFilterCtrl::formAsListed()
 {
     FilterCtrl panel(nullptr);
-    QCOMPARE(panel.windowTitle(), QStringLiteral("Filter"));
-    const QList<QPair<const char *, const char *>> texts = {
-        {"AdaptiveThresholdExecB", "Adaptive Threshold"},
-        {"MovingAvrExecB", "Moving Avr."},
-        {"MatchingExecB", "Matching"},
-        {"FindPeaksExecB", "Find Peaks"},
-        {"ComparePeaksExecB", "Compare Peaks"},
-        {"label_4", "Target: S1"},
-        {"label_8", "Target: A"},
-        {"MatchingACosTh", "ArcCosTh"},
-        {"PMExec2", "Exec2"},
-
-        {"FindPeaksNumLBL", "Num:"},
-        {"FindPeaksShowOnImg", "on Img"},
-        {"ComparePeaksShowOnImg", "on Img S1"}};
-    for (const auto &[name, text] : texts) {
-        const QObject *w = child<QWidget>(&panel, QLatin1String(name));
-        QCOMPARE(w->property("text").toString(), QLatin1String(text));
-    }
-    // "label" is also a name inside the window-size setters.
-    QCOMPARE(child<QLabel>(child<QFrame>(&panel, QStringLiteral("FPWinS")), QStringLiteral("label"))
-                 ->text(),
-             QStringLiteral("Exc. Raius"));
-    for (const char *name : {"CPWinS", "FPWinS", "CPWinS_2", "line", "line_2", "line_6"})
-        child<QFrame>(&panel, QLatin1String(name));
-    QCOMPARE(child<QSpinBox>(&panel, QStringLiteral("PMThreads"))->value(), 32);
-    QCOMPARE(child<QSpinBox>(&panel, QStringLiteral("PMThreads"))->minimum(), 1);
     QCOMPARE(panel.atHalfWidths(), QPoint(12, 12));
-    QCOMPARE(panel.exclusionRadius(), 100.0);
-    QCOMPARE(panel.peakCount(), 10);
     QVERIFY(panel.findPeaksMax() && panel.comparePeaksMax());
-    QVERIFY(!panel.findPeaksOnImg() && !panel.comparePeaksOnImg());
     QCOMPARE(panel.matchingThresholdMode(), 1);
     QCOMPARE(panel.matchingExecMode(), 2);
 
     // The groups are exclusive; unparsable text reads as 0.
     panel.show();
-    QTest::mouseClick(child<QRadioButton>(&panel, QStringLiteral("PMExec2")), Qt::LeftButton);
-    QTest::mouseClick(child<QRadioButton>(&panel, QStringLiteral("FindPeaksMin")), Qt::LeftButton);
+    click(&panel, "PMExec2");
+    click(&panel, "FindPeaksMin");
+    click(&panel, "MatchingACosTh");
     QCOMPARE(panel.matchingExecMode(), 1);
+    QCOMPARE(panel.matchingThresholdMode(), 2);
     QVERIFY(!panel.findPeaksMax());
-    auto *ma = child<QWidget>(&panel, QStringLiteral("MAWinS"));
-    setText(child<QLineEdit>(ma, QStringLiteral("AreaHW")), QStringLiteral("abc"));
-    setText(child<QLineEdit>(ma, QStringLiteral("AreaHH")), QStringLiteral("-3"));
-    setText(child<QLineEdit>(&panel, QStringLiteral("FindPeaksExclusionR")), QStringLiteral("x"));
+    auto *ma = child(&panel, QStringLiteral("MAWinS"));
+    setText(ma, "AreaHW", QStringLiteral("abc"));
+    setText(ma, "AreaHH", QStringLiteral("-3"));
+    setText(&panel, "FindPeaksExclusionR", QStringLiteral("x"));
     QCOMPARE(panel.maHalfWidths(), QPoint(0, -3));
     QCOMPARE(panel.exclusionRadius(), 0.0);
 }
@@ -123,32 +92,22 @@ void TestFilterCtrl::formAsListed()
 void TestFilterCtrl::runsOnS1IntoTheDataList()
 {
     Body body;
-    body.show();
-    DataCtrls *list = body.dataCtrls();
-    auto *frame = child<QWidget>(&body, QStringLiteral("FilterFrame"));
-    QVERIFY(!frame->isVisible());
-    QVERIFY(child<QWidget>(&body, QStringLiteral("FilterCBFrame"))->isVisible());
-    QTest::mouseClick(child<QPushButton>(&body, QStringLiteral("Filter")), Qt::LeftButton);
+    QWidget *frame = openFilter(body, {0, 1});
     QVERIFY(frame->isVisible());
-    auto *maB = child<QPushButton>(frame, QStringLiteral("MovingAvrExecB"));
-    auto *atB = child<QPushButton>(frame, QStringLiteral("AdaptiveThresholdExecB"));
-
-    body.calculatedData(makeRecord(0));
-    body.calculatedData(makeRecord(1));
+    DataCtrls *list = body.dataCtrls();
     // No S1 yet: nothing happens.
-    QTest::mouseClick(maB, Qt::LeftButton);
+    click(frame, "MovingAvrExecB");
     QCOMPARE(list->count(), 2);
 
-    QTest::mouseClick(child<QRadioButton>(list->at(1), QStringLiteral("SingleSel1")),
-                      Qt::LeftButton);
-    QTest::mouseClick(maB, Qt::LeftButton);
+    click(list->at(1), "SingleSel1");
+    click(frame, "MovingAvrExecB");
     QCOMPARE(list->count(), 3);
     QCOMPARE(list->record(2)->dataId(), QStringLiteral("img1: MA(12,12)"));
     QCOMPARE(list->record(2)->level(), 1);
     QCOMPARE(list->record(2)->validCount(), list->record(1)->validCount());
 
     // No region: the whole image, walked half-open.
-    QTest::mouseClick(atB, Qt::LeftButton);
+    click(frame, "AdaptiveThresholdExecB");
     QCOMPARE(list->count(), 4);
     const TDDataWL *whole = list->record(3);
     QCOMPARE(whole->dataId(), QStringLiteral("img1: AT(12,12)"));
@@ -161,11 +120,10 @@ void TestFilterCtrl::runsOnS1IntoTheDataList()
     DispA *canvas = disp->canvas();
     QTRY_VERIFY(canvas->isVisible());
     const auto drag = [canvas](QPointF a, QPointF b) { dragOn(canvas, a, b); };
-    auto *add = child<QPushButton>(disp, QStringLiteral("SetARegion"));
     drag({0.05, 0.05}, {0.3, 0.3});
-    QTest::mouseClick(add, Qt::LeftButton);
+    click(disp, "SetARegion");
     drag({0.4, 0.3}, {0.8, 0.7});
-    QTest::mouseClick(add, Qt::LeftButton);
+    click(disp, "SetARegion");
     auto *regions = child<QComboBox>(disp, QStringLiteral("Regions"));
     QCOMPARE(regions->count(), 2);
     regions->setFocus();
@@ -174,10 +132,8 @@ void TestFilterCtrl::runsOnS1IntoTheDataList()
     const QRect rect = disp->regionAt(0);
     QVERIFY(rect.width() > 2 && rect.height() > 2 && rect.right() < 39);
 
-    setText(
-        child<QLineEdit>(child<QWidget>(frame, QStringLiteral("ATWinS")), QStringLiteral("AreaHW")),
-        QStringLiteral("abc"));
-    QTest::mouseClick(atB, Qt::LeftButton);
+    setText(child(frame, QStringLiteral("ATWinS")), "AreaHW", QStringLiteral("abc"));
+    click(frame, "AdaptiveThresholdExecB");
     QCOMPARE(list->count(), 5);
     const TDDataWL *inRect = list->record(4);
     QCOMPARE(inRect->dataId(), QStringLiteral("img1: AT(0,12)"));
@@ -199,15 +155,10 @@ void TestFilterCtrl::runsOnS1IntoTheDataList()
 void TestFilterCtrl::peaksFromThePanel()
 {
     Body body;
-    body.show();
+    QWidget *frame = openFilter(body, {0, 1, 2});
     DataCtrls *list = body.dataCtrls();
-    for (int k = 0; k < 3; ++k)
-        body.calculatedData(makeRecord(k));
-    QTest::mouseClick(child<QPushButton>(&body, QStringLiteral("Filter")), Qt::LeftButton);
-    auto *frame = child<QWidget>(&body, QStringLiteral("FilterFrame"));
-    QTest::mouseClick(child<QRadioButton>(list->at(1), QStringLiteral("SingleSel1")),
-                      Qt::LeftButton);
-    QTest::mouseClick(child<QCheckBox>(list->at(2), QStringLiteral("MultiSelA")), Qt::LeftButton);
+    click(list->at(1), "SingleSel1");
+    click(list->at(2), "MultiSelA");
 
     const auto firstMax = [](const TDDataWL *r) {
         QPointF at;
@@ -222,16 +173,15 @@ void TestFilterCtrl::peaksFromThePanel()
     };
 
     // One A box, on the third entry: the first entry is the one compared.
-    QTest::mouseClick(child<QPushButton>(frame, QStringLiteral("ComparePeaksExecB")),
-                      Qt::LeftButton);
+    click(frame, "ComparePeaksExecB");
     QCOMPARE(list->count(), 4);
     const TDDataWL *compared = list->record(3);
     QCOMPARE(compared->dataId(), QStringLiteral("CPKs(+)"));
     QCOMPARE(compared->shapeCount(), 1);
     QCOMPARE(*compared->shape(0)->points(), QList<QPointF>{firstMax(list->record(0))});
 
-    setText(child<QLineEdit>(frame, QStringLiteral("FindPeaksNum")), QStringLiteral("2"));
-    QTest::mouseClick(child<QPushButton>(frame, QStringLiteral("FindPeaksExecB")), Qt::LeftButton);
+    setText(frame, "FindPeaksNum", QStringLiteral("2"));
+    click(frame, "FindPeaksExecB");
     QCOMPARE(list->count(), 5);
     const TDDataWL *found = list->record(4);
     QCOMPARE(found->dataId(), QStringLiteral("img1: PKs(+)"));
@@ -251,14 +201,10 @@ void TestFilterCtrl::matchingFromThePanel()
 {
     QFETCH(QString, path);
     Body body;
-    body.show();
+    QWidget *frame = openFilter(body, {3});
     DataCtrls *list = body.dataCtrls();
-    body.calculatedData(makeRecord(3));
-    QTest::mouseClick(child<QPushButton>(&body, QStringLiteral("Filter")), Qt::LeftButton);
-    auto *frame = child<QWidget>(&body, QStringLiteral("FilterFrame"));
-    QTest::mouseClick(child<QRadioButton>(list->at(0), QStringLiteral("SingleSel1")),
-                      Qt::LeftButton);
-    QTest::mouseClick(child<QRadioButton>(frame, path), Qt::LeftButton);
+    click(list->at(0), "SingleSel1");
+    click(frame, qPrintable(path));
     auto *run = child<QPushButton>(frame, QStringLiteral("MatchingExecB"));
 
     // Without a region on S1 there is no template: nothing happens.
@@ -280,8 +226,8 @@ void TestFilterCtrl::matchingFromThePanel()
     // The template matches itself where it was cut.
     QVERIFY(pm->isValid(region.left(), region.top()));
     QCOMPARE(pm->value(region.left(), region.top()), 1.0);
-    const QString lastLine = path == QLatin1String("PMExec5") ? QStringLiteral("-1")
-                                                               : QString::number(28);
+    const QString lastLine =
+        path == QLatin1String("PMExec5") ? QStringLiteral("-1") : QString::number(28);
     QTRY_COMPARE(child<QLabel>(&body, QStringLiteral("FilteringLine"))->text(), lastLine);
 }
 

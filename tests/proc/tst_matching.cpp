@@ -1,15 +1,9 @@
-#include "Cli.h"
-#include "core/TDDataWL.h"
 #include "proc/MatchingF.h"
 #include "proc/MatchingRun.h"
 
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
+#include "../support/WidgetFixtures.h"
 
-#include <cmath>
 #include <limits>
-#include <memory>
 #include <random>
 
 namespace {
@@ -143,28 +137,23 @@ private Q_SLOTS:
 void TestMatching::definingCases_data()
 {
     QTest::addColumn<int>("mode");
-    QTest::addColumn<int>("execMode");
     QTest::addColumn<QPoint>("at");
     QTest::addColumn<double>("expected"); // NaN: stays invalid
     const double none = std::numeric_limits<double>::quiet_NaN();
-    for (int exec : {1, 2}) {
-        const QByteArray p = exec == 1 ? "Exec2 " : "Exec5 ";
-        QTest::newRow(p + "identical cos") << 1 << exec << QPoint(1, 1) << 1.0;
-        QTest::newRow(p + "identical acos") << 2 << exec << QPoint(1, 1) << 1.0;
-        QTest::newRow(p + "orthogonal cos") << 1 << exec << QPoint(5, 1) << 0.0;
-        QTest::newRow(p + "orthogonal acos") << 2 << exec << QPoint(5, 1) << 0.5;
-        QTest::newRow(p + "opposite acos") << 2 << exec << QPoint(5, 4) << 0.0;
-        QTest::newRow(p + "zero and invalid window") << 1 << exec << QPoint(1, 4) << none;
-        QTest::newRow(p + "overhang") << 1 << exec << QPoint(10, 3) << 9.0 / std::sqrt(450.0);
-        QTest::newRow(p + "last column") << 1 << exec << QPoint(11, 0) << none;
-        QTest::newRow(p + "last row") << 1 << exec << QPoint(0, 6) << none;
-    }
+    QTest::newRow("identical cos") << 1 << QPoint(1, 1) << 1.0;
+    QTest::newRow("identical acos") << 2 << QPoint(1, 1) << 1.0;
+    QTest::newRow("orthogonal cos") << 1 << QPoint(5, 1) << 0.0;
+    QTest::newRow("orthogonal acos") << 2 << QPoint(5, 1) << 0.5;
+    QTest::newRow("opposite acos") << 2 << QPoint(5, 4) << 0.0;
+    QTest::newRow("zero and invalid window") << 1 << QPoint(1, 4) << none;
+    QTest::newRow("overhang") << 1 << QPoint(10, 3) << 9.0 / std::sqrt(450.0);
+    QTest::newRow("last column") << 1 << QPoint(11, 0) << none;
+    QTest::newRow("last row") << 1 << QPoint(0, 6) << none;
 }
 
 void TestMatching::definingCases()
 {
     QFETCH(int, mode);
-    QFETCH(int, execMode);
     QFETCH(QPoint, at);
     QFETCH(double, expected);
     // 12 x 7, all invalid but for a few pixels. The region (1, 1)-(2, 1) gives a template of
@@ -185,16 +174,20 @@ void TestMatching::definingCases()
     put(0, 6, 1.0);  // would give the last row a value
     s.setRegion(QRect(QPoint(1, 1), QPoint(2, 1)));
     const QRect whole(0, 0, 12, 7);
-    const Outcome o = run(&s, whole, mode, execMode, 3);
-    QVERIFY(o.result);
-    const TDDataWL &r = *o.result;
-    if (std::isnan(expected)) {
-        QVERIFY(!r.isValid(at.x(), at.y()));
-    } else {
-        QVERIFY(r.isValid(at.x(), at.y()));
-        QCOMPARE(r.value(at.x(), at.y()), expected);
+    const auto want = reference(s, whole, mode);
+    // Exec2, then Exec5 on three threads.
+    for (int execMode : {1, 2}) {
+        const Outcome o = run(&s, whole, mode, execMode, 3);
+        QVERIFY(o.result);
+        const TDDataWL &r = *o.result;
+        if (std::isnan(expected)) {
+            QVERIFY(!r.isValid(at.x(), at.y()));
+        } else {
+            QVERIFY(r.isValid(at.x(), at.y()));
+            QCOMPARE(r.value(at.x(), at.y()), expected);
+        }
+        compare(r, *want, 0.0);
     }
-    compare(r, *reference(s, whole, mode), 0.0);
 }
 
 void TestMatching::fastPathMatchesDirectSum_data()
@@ -322,41 +315,22 @@ void TestMatching::commandLine()
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     QVERIFY(s->save(in));
     const auto cli = [&](QStringList args) {
-        QString o, e;
-        QTextStream out(&o), err(&e);
-        return Cli::run(QStringList{QStringLiteral("filter"), QStringLiteral("match")} + args, out,
-                        err);
+        return fx::cli(QStringList{"filter", "match"} + args + QStringList{in, "-o", in + "o"});
     };
-    const QString a = dir.filePath(QStringLiteral("a.zmp")),
-                  b = dir.filePath(QStringLiteral("b.zmp"));
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("10"), QStringLiteral("12"),
-                  QStringLiteral("19"), QStringLiteral("20"), QStringLiteral("--arccos"), in,
-                  QStringLiteral("-o"), a}),
-             0);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("10"), QStringLiteral("12"),
-                  QStringLiteral("19"), QStringLiteral("20"), QStringLiteral("--arccos"),
-                  QStringLiteral("--exec2"), in, QStringLiteral("-o"), b}),
-             0);
+    const QStringList tpl = {"--template", "10", "12", "19", "20"};
+    QCOMPARE(cli(tpl + QStringList{"--arccos"}), 0);
     TDDataWL ra(0, 0), rb(0, 0);
-    QVERIFY(ra.load(a));
-    QVERIFY(rb.load(b));
+    QVERIFY(ra.load(in + "o"));
+    QCOMPARE(cli(tpl + QStringList{"--arccos", "--exec2"}), 0);
+    QVERIFY(rb.load(in + "o"));
     s->setRegion(QRect(QPoint(10, 12), QPoint(19, 20)));
     compare(ra, *reference(*s, QRect(0, 0, 90, 70), 2), 1e-9);
     compare(rb, ra, 0.0);
-    // Usage mistakes: no template, both paths, threads below 1.
-    QCOMPARE(cli({in, QStringLiteral("-o"), a}), 2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), QStringLiteral("--exec2"),
-                  QStringLiteral("--threads"), QStringLiteral("2"), in, QStringLiteral("-o"), a}),
-             2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), QStringLiteral("--threads"),
-                  QStringLiteral("0"), in, QStringLiteral("-o"), a}),
-             2);
-    QCOMPARE(cli({QStringLiteral("--template"), QStringLiteral("1"), QStringLiteral("1"),
-                  QStringLiteral("2"), QStringLiteral("2"), dir.filePath(QStringLiteral("none")),
-                  QStringLiteral("-o"), a}),
-             1);
+    // Usage mistakes: no template, both paths, threads below 1; then an unreadable file.
+    QCOMPARE(cli({}), 2);
+    QCOMPARE(cli(tpl + QStringList{"--exec2", "--threads", "2"}), 2);
+    QCOMPARE(cli(tpl + QStringList{"--threads", "0"}), 2);
+    QCOMPARE(fx::cli(QStringList{"filter", "match"} + tpl + QStringList{in + "x", "-o", in}), 1);
 }
 
 QTEST_MAIN(TestMatching)

@@ -1,18 +1,13 @@
-#include "Cli.h"
 #include "core/Shape.h"
-#include "core/TDDataWL.h"
 #include "proc/ComparePeaksF.h"
 #include "proc/FindPeaksF.h"
 #include "proc/PeakSearch.h"
 
 #include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
-#include <cmath>
+#include "../support/WidgetFixtures.h"
+
 #include <limits>
-#include <memory>
 
 namespace {
 
@@ -202,8 +197,7 @@ void TestPeaks::comparePeaks()
     QCOMPARE(spy.size(), 1);
     const std::unique_ptr<TDDataWL> r(spy.at(0).at(0).value<TDDataWL *>());
     QCOMPARE(r->dataId(), QStringLiteral("CPKs(+)"));
-    QCOMPARE(r->width(), 20);
-    QCOMPARE(r->height(), 15);
+    QCOMPARE(QSize(r->width(), r->height()), QSize(20, 15));
     QCOMPARE(r->level(), 3);
     const QList<QPointF> want = {bruteForce(*a, QRect(0, 0, 20, 15), 0, 1, true).first(),
                                  QPointF(0, 0), bruteForce(*b, b->region(), 0, 1, true).first(),
@@ -240,10 +234,11 @@ void TestPeaks::comparePeaks()
 
 void TestPeaks::targetPositionsFromTheCount()
 {
-    QCOMPARE(ComparePeaksF::targetPositions({false, false, true}), QList<int>({0}));
-    QCOMPARE(ComparePeaksF::targetPositions({false, false, true, false, false, true}),
-             QList<int>({0, 1}));
-    QCOMPARE(ComparePeaksF::targetPositions({false, false}), QList<int>());
+    QCOMPARE(
+        (QList<QList<int>>{ComparePeaksF::targetPositions({false, false, true}),
+                           ComparePeaksF::targetPositions({false, false, true, false, false, true}),
+                           ComparePeaksF::targetPositions({false, false})}),
+        (QList<QList<int>>{{0}, {0, 1}, {}}));
 }
 
 void TestPeaks::commandLine()
@@ -253,18 +248,10 @@ void TestPeaks::commandLine()
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     const QString out = dir.filePath(QStringLiteral("out.zmp"));
     QVERIFY(src->save(in));
-    const auto run = [](const QStringList &args, QString *printed) {
-        QString o, e;
-        QTextStream os(&o), es(&e);
-        const int rc = Cli::run(args, os, es);
-        os.flush();
-        *printed = o;
-        return rc;
-    };
     QString printed;
-    QCOMPARE(run({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30", "25",
-                  "--time", in, "-o", out},
-                 &printed),
+    QCOMPARE(fx::cli({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30",
+                      "25", "--time", in, "-o", out},
+                     &printed),
              0);
     QString want;
     for (const QPointF &p : bruteForce(*src, QRect(QPoint(2, 3), QPoint(30, 25)), 6, 4, true))
@@ -277,10 +264,10 @@ void TestPeaks::commandLine()
     QVERIFY(back.load(out));
     QCOMPARE(back.dataId(), QStringLiteral("img: PKs(+)"));
 
-    QCOMPARE(run({"filter", "compare-peaks", "--min", in, in, "-o", out}, &printed), 0);
+    QCOMPARE(fx::cli({"filter", "compare-peaks", "--min", in, in, "-o", out}, &printed), 0);
     QCOMPARE(printed, QStringLiteral("0 0 %1\n0 0 %1\n").arg(Cli::number(src->value(0, 0))));
-    QCOMPARE(run({"filter", "peaks", "--num", "abc", in, "-o", out}, &printed), 2);
-    QCOMPARE(run({"filter", "peaks", in, "-o", dir.filePath("no/such/dir.zmp")}, &printed), 1);
+    QCOMPARE(fx::cli({"filter", "peaks", "--num", "abc", in, "-o", out}, &printed), 2);
+    QCOMPARE(fx::cli({"filter", "peaks", in, "-o", dir.filePath("no/such/dir.zmp")}, &printed), 1);
 }
 
 QTEST_GUILESS_MAIN(TestPeaks)

@@ -1,14 +1,11 @@
-#include "core/TDDataWL.h"
 #include "proc/AdaptiveThresholdF.h"
 #include "proc/MovingAvrF.h"
 
+#include "../support/WidgetFixtures.h"
+
 #include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTest>
 
 #include <algorithm>
-#include <cmath>
-#include <memory>
 
 namespace {
 
@@ -56,9 +53,10 @@ std::unique_ptr<TDDataWL> randomRecord(int w, int h, int invalidOneIn, quint32 s
     return r;
 }
 
-QString idArgs(int hx, int hy)
+// The four extremes, to be compared with those of a record of the same values.
+QList<double> extremes(const TDDataWL &r)
 {
-    return QString::number(hx) + QLatin1Char(',') + QString::number(hy) + QLatin1Char(')');
+    return {r.minWithZeros(), r.maxWithZeros(), r.minWithoutZeros(), r.maxWithoutZeros()};
 }
 
 } // namespace
@@ -118,12 +116,10 @@ void TestWindowFilters::movingAverageIsTheDirectMean()
                 QStringLiteral("pixel %1: %2, direct %3").arg(i).arg(out->value(i)).arg(expected)));
         widened.setValue(i, out->value(i), true);
     }
-    QCOMPARE(out->minWithZeros(), widened.minWithZeros());
-    QCOMPARE(out->maxWithZeros(), widened.maxWithZeros());
-    QCOMPARE(out->minWithoutZeros(), widened.minWithoutZeros());
-    QCOMPARE(out->maxWithoutZeros(), widened.maxWithoutZeros());
+    QCOMPARE(extremes(*out), extremes(widened));
     // The source's "%2" is kept as it is, not filled with a parameter.
-    QCOMPARE(out->dataId(), QStringLiteral("src%2: MA(") + idArgs(hx, hy));
+    QCOMPARE(out->dataId(),
+             QStringLiteral("src%2: MA(") + QStringLiteral("%1,%2)").arg(hx).arg(hy));
     QCOMPARE(out->level(), 3);
     QCOMPARE(out->shapeCount(), 1);
 }
@@ -170,7 +166,8 @@ void TestWindowFilters::thresholdWalksTheRectangleHalfOpen()
         }
     QCOMPARE(out->maxWithoutZeros(), ones ? 1.0 : TDData0::kInitialMax);
     QCOMPARE(out->minWithZeros(), 0.0);
-    QCOMPARE(out->dataId(), QStringLiteral("src%2: AT(") + idArgs(hx, hy));
+    QCOMPARE(out->dataId(),
+             QStringLiteral("src%2: AT(") + QStringLiteral("%1,%2)").arg(hx).arg(hy));
     QCOMPARE(out->level(), 3);
     QCOMPARE(out->shapeCount(), 1);
 }
@@ -178,34 +175,31 @@ void TestWindowFilters::thresholdWalksTheRectangleHalfOpen()
 void TestWindowFilters::runEmitsOwnedResult()
 {
     // A lone valid pixel keeps its value and is not above its own mean; a constant image
-    // gives 0 everywhere.
+    // gives 0 everywhere, also under a rectangle larger than the image.
     TDDataWL lone(5, 5);
     lone.setValue(2, 2, 7.0, true);
+    const auto flat = fx::record(6, 4, [](int, int) { return 3.25; });
     MovingAvrF ma(3, 3);
-    QSignalSpy maSpy(&ma, &Filter::newFilteredData);
+    AdaptiveThresholdF at(3, 3);
+    QCOMPARE(QPoint(ma.typeCode(), at.typeCode()), QPoint(2, 1));
+    QSignalSpy maSpy(&ma, &Filter::newFilteredData), atSpy(&at, &Filter::newFilteredData);
     ma.run(&lone);
     ma.run(nullptr);
-    QCOMPARE(maSpy.count(), 1);
-    std::unique_ptr<TDDataWL> r(maSpy.at(0).at(0).value<TDDataWL *>());
+    at.run(&lone, QRect(0, 0, 5, 5));
+    at.run(flat.get(), QRect(0, 0, 7, 5));
+    QCOMPARE(QPoint(maSpy.count(), atSpy.count()), QPoint(1, 2));
+    const auto result = [](const QSignalSpy &spy, int i) {
+        return std::unique_ptr<TDDataWL>(spy.at(i).at(0).value<TDDataWL *>());
+    };
+    auto r = result(maSpy, 0);
     QCOMPARE(r->value(2, 2), 7.0);
     QCOMPARE(r->validCount(), 1);
-    QCOMPARE(ma.typeCode(), 2);
-
-    AdaptiveThresholdF at(3, 3);
-    QSignalSpy atSpy(&at, &Filter::newFilteredData);
-    at.run(&lone, QRect(0, 0, 5, 5));
-    TDDataWL flat(6, 4);
-    for (qsizetype i = 0; i < flat.pixelCount(); ++i)
-        flat.setValue(i, 3.25, true);
-    at.run(&flat, QRect(0, 0, 7, 5));
-    QCOMPARE(atSpy.count(), 2);
-    r.reset(atSpy.at(0).at(0).value<TDDataWL *>());
-    QCOMPARE(r->value(2, 2), 0.0);
+    r = result(atSpy, 0);
     QVERIFY(r->isValid(2, 2));
-    r.reset(atSpy.at(1).at(0).value<TDDataWL *>());
-    QCOMPARE(r->validCount(), flat.pixelCount());
+    QCOMPARE(r->value(2, 2), 0.0);
+    r = result(atSpy, 1);
+    QCOMPARE(r->validCount(), flat->pixelCount());
     QCOMPARE(r->maxWithZeros(), 0.0);
-    QCOMPARE(at.typeCode(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestWindowFilters)
