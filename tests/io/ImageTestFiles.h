@@ -1,6 +1,8 @@
 #pragma once
 
 // Small files of every format the image readers know, written for the tests.
+#include "../support/RecordFixtures.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QString>
@@ -106,13 +108,6 @@ inline bool writeTiff(const QString &path, const TiffLayout &s,
     }
     TIFFClose(tif);
     return true;
-}
-
-inline bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    return f.write(bytes) == bytes.size();
 }
 
 // An HPK IMG file: 64-byte header, comment, little-endian pixels.
