@@ -95,10 +95,9 @@ private:
 void TestImgReaders::tiff16BitWithExposure()
 {
     const QString file = path("cam.tif");
-    TiffLayout layout{.width = 5, .exposureSeconds = 0.025, .pages = 3};
-    QVERIFY(writeTiff(file, layout, [](int x, int y, int page) {
-        return x * 100 + y + (x == 4) * 60000 + page * 1000;
-    }));
+    QVERIFY(writeTiff(
+        file, {.width = 5, .exposureSeconds = 0.025, .pages = 3},
+        [](int x, int y, int page) { return x * 100 + y + (x == 4) * 60000 + page * 1000; }));
     ImgFile img;
     QVERIFY(img.read(file, &m_noBadPixels));
     QCOMPARE(kind(img), u"TIFF type 0 5x3 at 0,0"_s);
@@ -106,21 +105,11 @@ void TestImgReaders::tiff16BitWithExposure()
     QCOMPARE(range(img), (QList<double>{0, 60402})); // the first page only
     QCOMPARE(img.exposureTime(), 25.0);
 
-    // Without an EXIF directory the exposure time stays at its initial 100 ms; the bad
-    // pixels of the list are corrected.
-    layout = {.width = 5};
-    QVERIFY(writeTiff(file, layout, [](int x, int y, int) { return 10 * x + y; }));
-    BadPixelList bad;
-    bad.setEnabled(true);
-    bad.add(0, 0);
-    bad.add(4, 2);
-    ImgFile img2;
-    QVERIFY(img2.read(file, &bad));
-    QCOMPARE(img2.exposureTime(), 100.0);
-    QCOMPARE(img2.badPixelList(), &bad);
-    // The last-row corner (4, 2) averages (3, 1), (3, 2), the 0.0 below and (4, 1).
-    QCOMPARE(px(img2, {{0, 0}, {4, 2}}),
-             (QList<double>{int((10.0 + 11.0) / 2), int((31.0 + 32.0 + 0.0 + 41.0) / 4)}));
+    // Without an EXIF directory the exposure time stays at its initial 100 ms.
+    QVERIFY(writeTiff(file, {.width = 5}, [](int x, int y, int) { return 10 * x + y; }));
+    QVERIFY(img.read(file, &m_noBadPixels));
+    QCOMPARE(img.exposureTime(), 100.0);
+    QCOMPARE(img.value(4, 2), 42.0);
 }
 
 void TestImgReaders::tiffOtherLayouts_data()
