@@ -160,8 +160,7 @@ void TestTDData::copyKeepsClassShapesAndRegion()
     QCOMPARE(c->metaObject(), &TDDataWL::staticMetaObject);
     QCOMPARE(c->level(), 0);
     QCOMPARE(c->value(1, 1), 2.5);
-    QCOMPARE(c->validCount(), 1);
-    QVERIFY(c->isValid(1, 1));
+    QVERIFY(c->validCount() == 1 && c->isValid(1, 1));
     QCOMPARE(c->region(), QRect(0, 0, 3, 2));
     QCOMPARE(c->shapeCount(), 3);
     QCOMPARE(c->shape(0)->name(), u"Peaks(+)"_s);
