@@ -1,3 +1,9 @@
+// The main window and what a user meets first: loading, selecting, saving and deleting entries,
+// the file dialogs, start-up settings and translation, the colour bar's ramp, keys, square
+// pixels, where windows open, typed formulas and empty results.
+#include "../io/ImageTestFiles.h"
+#include "../support/RecordFixtures.h"
+
 #include "app/Body.h"
 #include "app/ConfigStore.h"
 #include "app/Startup.h"
@@ -6,13 +12,14 @@
 #include "data/DataCtrl.h"
 #include "data/DataCtrls.h"
 #include "data/ImgBase.h"
+#include "display/ChCoord.h"
+#include "display/ColorBar.h"
 #include "display/DispA.h"
 #include "display/ImgDisp.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -21,38 +28,51 @@
 #include <QRadioButton>
 #include <QSignalSpy>
 #include <QStatusBar>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
 
-#include <tiffio.h>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+using namespace RecordFixtures;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-bool writeTiff16(const QString &path, int w, int h)
+template <typename T> T *child(QObject *w, const char *name)
 {
-    TIFF *tif = TIFFOpen(path.toLocal8Bit().constData(), "w");
-    if (!tif) return false;
-    TIFFSetField(tif, TIFFTAG_IMAGEWIDTH, w);
-    TIFFSetField(tif, TIFFTAG_IMAGELENGTH, h);
-    TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, 16);
-    TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, 1);
-    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-    TIFFSetField(tif, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
-    std::vector<uint16_t> row(size_t(w), 0);
-    for (int y = 0; y < h; ++y) {
-        for (int x = 0; x < w; ++x)
-            row[size_t(x)] = uint16_t(100 * y + x);
-        TIFFWriteScanline(tif, row.data(), uint32_t(y), 0);
-    }
-    TIFFClose(tif);
-    return true;
+    T *found = w->findChild<T *>(QString::fromLatin1(name));
+    if (!found) qFatal("no widget %s", name);
+    return found;
 }
 
-template <typename T> T *child(QWidget *w, const char *name)
+// Screen pixels per image pixel along x and y, and the canvas position of the image centre.
+QList<double> mapping(const ImgDisp &d)
 {
-    return w->findChild<T *>(QString::fromLatin1(name));
+    const ChCoord *c = d.coord();
+    return {std::abs(c->dataLenToScreenX(1.0)), std::abs(c->dataLenToScreenY(1.0)),
+            c->dataToScreenX(d.imageSize().width() / 2.0),
+            c->dataToScreenY(d.imageSize().height() / 2.0)};
+}
+
+// Equal up to rounding.
+bool near(const QList<double> &a, const QList<double> &b)
+{
+    for (qsizetype i = 0; i < a.size(); ++i)
+        if (std::abs(a[i] - b.value(i)) > 1e-9 * std::max(1.0, std::abs(a[i]))) return false;
+    return a.size() == b.size();
+}
+
+// What start-up makes of the command line, with the default file "config.cfg" in appDir.
+Startup::Settings configured(const QStringList &args, const QString &appDir)
+{
+    ConfigStore s;
+    s.parseCommandLine(QStringList{u"zelmap"_s} + args, false, u"config.cfg"_s, {u"-c"_s});
+    return Startup::configure(s, appDir);
 }
 
 } // namespace
@@ -63,6 +83,7 @@ class TestBody : public QObject
 
 private Q_SLOTS:
     void initTestCase();
+    void cleanup() { ConfigStore::instance().clear(); }
     void loadSelectSaveDelete();
     void fileDialogs_data();
     void fileDialogs();
@@ -70,34 +91,43 @@ private Q_SLOTS:
     void windowSizesAndCommandLineFiles();
     void configurationPrecedence();
     void translationChangesTexts();
+    void barIsASmoothRampAfterResize_data();
+    void barIsASmoothRampAfterResize();
+    void imageKeys_data();
+    void imageKeys();
+    void squarePixels_data();
+    void squarePixels();
+    void mainWindowShortcuts();
+    void windowsOpenBesideTheirParent_data();
+    void windowsOpenBesideTheirParent();
+    void typedFormulaSurvivesNewEntryAndEmptyResultIsReported();
 
 private:
+    std::unique_ptr<ImgDisp> shownDisplay(QSize size, QSize image);
     QTemporaryDir m_dir;
     QString m_zmp, m_png, m_tif, m_junk;
+    QStringList m_files;
 };
 
 void TestBody::initTestCase()
 {
+    qRegisterMetaType<TDDataWL *>();
     QVERIFY(m_dir.isValid());
-    TDDataWL rec(4, 3);
-    rec.setDataId(QStringLiteral("first/record"));
-    for (qsizetype i = 0; i < rec.pixelCount(); ++i)
-        rec.setValue(i, double(i), true);
-    m_zmp = m_dir.filePath(QStringLiteral("first.zmp"));
-    QVERIFY(rec.save(m_zmp));
-
+    for (int k = 0; k < 3; ++k)
+        m_files << savedRecord(m_dir.filePath(u"rec%1.zmp"_s.arg(k)), 6, 4, u"rec%1"_s.arg(k),
+                               [k](qsizetype i) { return 1.0 + k + double(i); });
+    QVERIFY(!m_files.contains(QString()));
+    m_zmp = savedRecord(m_dir.filePath(u"first.zmp"_s), 4, 3, u"first/record"_s,
+                        [](qsizetype i) { return double(i); });
     QImage img(5, 2, QImage::Format_Grayscale8);
     img.fill(77);
-    m_png = m_dir.filePath(QStringLiteral("second.png"));
+    m_png = m_dir.filePath(u"second.png"_s);
     QVERIFY(img.save(m_png));
-
-    m_tif = m_dir.filePath(QStringLiteral("third.tif"));
-    QVERIFY(writeTiff16(m_tif, 6, 2));
-
-    m_junk = m_dir.filePath(QStringLiteral("junk.img"));
-    QFile junk(m_junk);
-    QVERIFY(junk.open(QIODevice::WriteOnly));
-    junk.write("\x7f\x01 nothing any reader takes");
+    m_tif = m_dir.filePath(u"third.tif"_s);
+    QVERIFY(ImageTestFiles::writeTiff(m_tif, {.width = 6, .height = 2},
+                                      [](int x, int y, int) { return 100 * y + x; }));
+    m_junk = m_dir.filePath(u"junk.img"_s);
+    QVERIFY(writeAll(m_junk, "\x7f\x01 nothing any reader takes"));
 }
 
 void TestBody::loadSelectSaveDelete()
@@ -113,12 +143,10 @@ void TestBody::loadSelectSaveDelete()
     QCOMPARE(next.count(), 4);
     QCOMPARE(list->count(), 0);
     QTRY_COMPARE(list->count(), 3);
-    QCOMPARE(list->record(0)->dataId(), QStringLiteral("first/record"));
-    QCOMPARE(list->record(1)->dataId(), QStringLiteral("second"));
-    QCOMPARE(list->record(2)->dataId(), QStringLiteral("third"));
+    QCOMPARE((QStringList{list->record(0)->dataId(), list->record(1)->dataId(),
+                          list->record(2)->dataId()}),
+             (QStringList{u"first/record"_s, u"second"_s, u"third"_s}));
     QCOMPARE(list->record(2)->value(3, 1), 103.0);
-    QVERIFY(body.statusBar()->currentMessage().contains(QLatin1String("junk.img")) ||
-            body.statusBar()->currentMessage().contains(QLatin1String("third")));
     QCOMPARE(body.imgBase()->tabWidget()->count(), 3);
 
     // S1 on the second entry, A on the first and third, by clicks. Moving S1 from the
@@ -131,7 +159,6 @@ void TestBody::loadSelectSaveDelete()
         QCOMPARE(record.at(0).toInt(), 1);
     QTest::mouseClick(child<QCheckBox>(list->at(0), "MultiSelA"), Qt::LeftButton);
     QTest::mouseClick(child<QCheckBox>(list->at(2), "MultiSelA"), Qt::LeftButton);
-    QVERIFY(!sels.isEmpty());
     QList<QVariant> last = sels.takeLast();
     QCOMPARE(last.at(0).toInt(), 1);
     QCOMPARE(last.at(1).toInt(), -1);
@@ -139,42 +166,39 @@ void TestBody::loadSelectSaveDelete()
     QCOMPARE(last.at(3).value<QList<bool>>(), QList<bool>({false, false, false}));
 
     // Single(S1) saves the S1 record under the chosen name.
-    const QString single = m_dir.filePath(QStringLiteral("single.zmp"));
-    body.saveFile(single);
+    body.saveFile(m_dir.filePath(u"single.zmp"_s));
     TDDataWL back(0, 0);
-    QVERIFY(back.load(single));
-    QCOMPARE(back.dataId(), QStringLiteral("second"));
+    QVERIFY(back.load(m_dir.filePath(u"single.zmp"_s)));
+    QCOMPARE(back.dataId(), u"second"_s);
     QCOMPARE(back.value(0), 77.0);
 
     // Selected(A) saves each A record beside the chosen name, named by its data id.
     QTest::mouseClick(child<QRadioButton>(&body, "SaveSelected"), Qt::LeftButton);
-    QDir out(m_dir.filePath(QStringLiteral("out")));
-    QVERIFY(out.mkpath(QStringLiteral(".")));
-    body.saveFile(out.filePath(QStringLiteral("ignored.zmp")));
-    QVERIFY(back.load(out.filePath(QStringLiteral("firstdivrecord.zmp"))));
+    QDir out(m_dir.filePath(u"out"_s));
+    QVERIFY(out.mkpath(u"."_s));
+    body.saveFile(out.filePath(u"ignored.zmp"_s));
+    QCOMPARE(out.entryList(QDir::Files), (QStringList{u"firstdivrecord.zmp"_s, u"third.zmp"_s}));
+    QVERIFY(back.load(out.filePath(u"firstdivrecord.zmp"_s)));
     QCOMPARE(back.width(), 4);
-    QVERIFY(back.load(out.filePath(QStringLiteral("third.zmp"))));
+    QVERIFY(back.load(out.filePath(u"third.zmp"_s)));
     QCOMPARE(back.width(), 6);
-    QVERIFY(!QFile::exists(out.filePath(QStringLiteral("second.zmp"))));
-    QVERIFY(!QFile::exists(out.filePath(QStringLiteral("ignored.zmp"))));
 
     // Deleting the first entry renews the indices: S1 moves from 1 to 0.
-    DataCtrl *first = list->at(0);
-    QPointer<DataCtrl> gone(first);
-    QTest::mouseClick(child<QPushButton>(first, "Del"), Qt::LeftButton);
+    QPointer<DataCtrl> gone(list->at(0));
+    QTest::mouseClick(child<QPushButton>(list->at(0), "Del"), Qt::LeftButton);
     QCOMPARE(list->count(), 2);
     last = sels.takeLast();
     QCOMPARE(last.at(0).toInt(), 0);
     QCOMPARE(last.at(2).value<QList<bool>>(), QList<bool>({false, true}));
-    QCOMPARE(child<QLabel>(list->at(0), "No")->text(), QStringLiteral("0"));
-    QCOMPARE(child<QLabel>(list->at(1), "No")->text(), QStringLiteral("1"));
+    QCOMPARE(child<QLabel>(list->at(0), "No")->text() + child<QLabel>(list->at(1), "No")->text(),
+             u"01"_s);
     QCOMPARE(body.imgBase()->tabWidget()->count(), 2);
     QTRY_VERIFY(gone.isNull());
 
-    // A refused file adds nothing.
+    // A refused file adds nothing, and says so.
     body.loadAFile(m_junk);
     QCOMPARE(list->count(), 2);
-    QVERIFY(body.statusBar()->currentMessage().contains(QLatin1String("junk.img")));
+    QVERIFY(body.statusBar()->currentMessage().contains("junk.img"_L1));
 }
 
 void TestBody::fileDialogs_data()
@@ -183,14 +207,10 @@ void TestBody::fileDialogs_data()
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("written");
     QTest::addColumn<bool>("picture");
-    QTest::newRow("2dData") << 0 << "typed"
-                            << "typed.zmp" << false;
-    QTest::newRow("picture") << 1 << "pic"
-                             << "pic.png" << true;
-    QTest::newRow("any") << 2 << "raw"
-                         << "raw" << false;
-    QTest::newRow("own extension") << 0 << "mine.dat"
-                                   << "mine.dat" << false;
+    QTest::newRow("2dData") << 0 << u"typed"_s << u"typed.zmp"_s << false;
+    QTest::newRow("picture") << 1 << u"pic"_s << u"pic.png"_s << true;
+    QTest::newRow("any") << 2 << u"raw"_s << u"raw"_s << false;
+    QTest::newRow("own extension") << 0 << u"mine.dat"_s << u"mine.dat"_s << false;
 }
 
 void TestBody::fileDialogs()
@@ -203,33 +223,22 @@ void TestBody::fileDialogs()
     body.show();
     _FileDialog *open = body.openDialog();
     QCOMPARE(open->fileMode(), QFileDialog::ExistingFiles);
-    QCOMPARE(open->acceptMode(), QFileDialog::AcceptOpen);
-    const QStringList openFilters = open->nameFilters();
-    QCOMPARE(openFilters.size(), 8);
-    QCOMPARE(openFilters.first(),
-             QStringLiteral("Images (*.zmp *.tif *.tiff *.img *.dat *.txt *.png *.jpg *.jpeg)"));
-    QCOMPARE(openFilters.last(), QStringLiteral("Any (* *.*)"));
-    QCOMPARE(body.saveDialog()->fileMode(), QFileDialog::AnyFile);
     QCOMPARE(body.saveDialog()->acceptMode(), QFileDialog::AcceptSave);
-    QCOMPARE(
-        body.saveDialog()->nameFilters(),
-        QStringList({QStringLiteral("2D Data File (*.zmp)"),
-                     QStringLiteral("Img File (*.png *.jpg)"), QStringLiteral("Any (* *.*)")}));
 
     // Load: the default filter shows a camera image, which is then picked by its name.
     QTest::mouseClick(child<QPushButton>(&body, "Load"), Qt::LeftButton);
     QVERIFY(open->isVisible());
     open->setDirectory(m_dir.path());
-    auto *view = open->findChild<QListView *>(QStringLiteral("listView"));
+    auto *view = open->findChild<QListView *>(u"listView"_s);
     const auto shown = [view] {
         QStringList names;
         for (int r = 0; r < view->model()->rowCount(view->rootIndex()); ++r)
             names << view->model()->index(r, 0, view->rootIndex()).data().toString();
         return names;
     };
-    QTRY_VERIFY(shown().contains(QStringLiteral("third.tif")));
-    QVERIFY(shown().contains(QStringLiteral("first.zmp")));
-    QTest::keyClicks(child<QLineEdit>(open, "fileNameEdit"), QStringLiteral("first.zmp"));
+    QTRY_VERIFY(shown().contains(u"third.tif"_s));
+    QVERIFY(shown().contains(u"first.zmp"_s));
+    QTest::keyClicks(child<QLineEdit>(open, "fileNameEdit"), u"first.zmp"_s);
     QTest::keyClick(child<QLineEdit>(open, "fileNameEdit"), Qt::Key_Return);
     QTRY_COMPARE(body.dataCtrls()->count(), 1);
 
@@ -264,8 +273,7 @@ void TestBody::pointedPixelReachesEveryEntry()
     DataCtrl *b = body.dataCtrls()->at(1);
     // Raising a tab focuses its entry.
     body.imgBase()->setCurrentWidget(b->display());
-    QVERIFY(b->isFocused());
-    QVERIFY(!a->isFocused());
+    QVERIFY(b->isFocused() && !a->isFocused());
 
     // Out of the tabs, each display is a window of its own; pointing into one focuses it.
     QTest::mouseClick(child<QCheckBox>(&body, "InTab"), Qt::LeftButton);
@@ -281,122 +289,324 @@ void TestBody::pointedPixelReachesEveryEntry()
     QVERIFY(a->noticedPosition().x() >= 0);
     QCOMPARE(b->noticedPosition(), a->noticedPosition());
     QCOMPARE(focused.count(), 1);
-    QVERIFY(a->isFocused());
-    QVERIFY(!b->isFocused());
+    QVERIFY(a->isFocused() && !b->isFocused());
 }
 
 void TestBody::windowSizesAndCommandLineFiles()
 {
-    QCOMPARE(Body::parseSize(QStringLiteral("640x480")), QSize(640, 480));
-    QVERIFY(!Body::parseSize(QString()).isValid());
-    QVERIFY(!Body::parseSize(QStringLiteral("640")).isValid());
-    QVERIFY(!Body::parseSize(QStringLiteral("axb")).isValid());
+    QCOMPARE(Body::parseSize(u"640x480"_s), QSize(640, 480));
+    for (const QString &bad : {QString(), u"640"_s, u"axb"_s})
+        QVERIFY(!Body::parseSize(bad).isValid());
 
     ConfigStore &store = ConfigStore::instance();
     store.clear();
-    store.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-bs"),
-                            QStringLiteral("500x400"), QStringLiteral("-ibs"),
-                            QStringLiteral("300x200")},
-                           false, QString(), {});
+    store.parseCommandLine({u"zelmap"_s, u"-bs"_s, u"500x400"_s, u"-ibs"_s, u"300x200"_s}, false,
+                           QString(), {});
     Body body;
     body.applyWindowSizes();
     QCOMPARE(body.size(), QSize(500, 400));
     QCOMPARE(body.imgBase()->size(), QSize(300, 200));
     store.clear();
 
-    const QStringList args = {
-        QStringLiteral("zelmap"), QStringLiteral("-d"), QStringLiteral("/data"),
-        QStringLiteral("a.tif"),  QStringLiteral("-e"), QStringLiteral("b.img"),
-        QStringLiteral("-x"),     QStringLiteral("-5"), QStringLiteral("c.zmp")};
-    QCOMPARE(
-        Startup::filesToOpen(args),
-        QStringList({QStringLiteral("a.tif"), QStringLiteral("b.img"), QStringLiteral("c.zmp")}));
+    QCOMPARE(Startup::filesToOpen({u"zelmap"_s, u"-d"_s, u"/data"_s, u"a.tif"_s, u"-e"_s,
+                                   u"b.img"_s, u"-x"_s, u"-5"_s, u"c.zmp"_s}),
+             (QStringList{u"a.tif"_s, u"b.img"_s, u"c.zmp"_s}));
 }
 
 void TestBody::configurationPrecedence()
 {
     QTemporaryDir appDir;
-    auto write = [](const QString &path, const QByteArray &text) {
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(text);
-    };
-    write(appDir.filePath(QStringLiteral("config.cfg")), "DataRoot /from/default\n");
-    write(m_dir.filePath(QStringLiteral("c.cfg")), "DataRoot /from/c\n");
-    write(m_dir.filePath(QStringLiteral("config2.cfg")), "DataRoot /from/config\n");
+    QVERIFY(writeAll(appDir.filePath(u"config.cfg"_s), "DataRoot /from/default\n"));
+    const QString c = m_dir.filePath(u"c.cfg"_s), config2 = m_dir.filePath(u"config2.cfg"_s);
+    QVERIFY(writeAll(c, "DataRoot /from/c\n") && writeAll(config2, "DataRoot /from/config\n"));
 
-    ConfigStore s1;
-    s1.parseCommandLine({QStringLiteral("zelmap")}, false, QStringLiteral("config.cfg"),
-                        {QStringLiteral("-c")});
     // Reached through a link, the default file is still named by its canonical path.
-    const QString link = m_dir.filePath(QStringLiteral("applink"));
+    const QString link = m_dir.filePath(u"applink"_s);
     QVERIFY(QFile::link(appDir.path(), link));
-    Startup::Settings set = Startup::configure(s1, link);
-    QCOMPARE(set.dataRoot, QStringLiteral("/from/default"));
-    QCOMPARE(set.configFile,
-             QFileInfo(appDir.filePath(QStringLiteral("config.cfg"))).canonicalFilePath());
-    QVERIFY(!set.configFile.startsWith(link));
-    QVERIFY(!set.english);
-    QVERIFY(!set.debug);
+    Startup::Settings set = configured({}, link);
+    QCOMPARE(set.dataRoot, u"/from/default"_s);
+    QCOMPARE(set.configFile, QFileInfo(appDir.filePath(u"config.cfg"_s)).canonicalFilePath());
+    QVERIFY(!set.english && !set.debug);
 
-    ConfigStore s2;
-    s2.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-c"),
-                         m_dir.filePath(QStringLiteral("c.cfg")), QStringLiteral("-config"),
-                         m_dir.filePath(QStringLiteral("config2.cfg")), QStringLiteral("-dbg")},
-                        false, QStringLiteral("config.cfg"), {QStringLiteral("-c")});
-    set = Startup::configure(s2, appDir.path());
-    QCOMPARE(set.dataRoot, QStringLiteral("/from/config"));
-    QVERIFY(set.configFile.endsWith(QLatin1String("config2.cfg")));
+    set = configured({u"-c"_s, c, u"-config"_s, config2, u"-dbg"_s}, appDir.path());
+    QCOMPARE(set.dataRoot, u"/from/config"_s);
+    QVERIFY(set.configFile.endsWith("config2.cfg"_L1));
     QVERIFY(set.debug);
-
-    ConfigStore s3;
-    s3.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-c"),
-                         m_dir.filePath(QStringLiteral("c.cfg")), QStringLiteral("-d"),
-                         QStringLiteral("/from/option")},
-                        false, QStringLiteral("config.cfg"), {QStringLiteral("-c")});
-    set = Startup::configure(s3, appDir.path());
-    QCOMPARE(set.dataRoot, QStringLiteral("/from/option"));
+    QCOMPARE(configured({u"-c"_s, c, u"-d"_s, u"/from/option"_s}, appDir.path()).dataRoot,
+             u"/from/option"_s);
 
     // No file anywhere: the current directory, and start-up goes on.
-    ConfigStore s4;
-    s4.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-c"),
-                         m_dir.filePath(QStringLiteral("missing.cfg"))},
-                        false, QStringLiteral("config.cfg"), {QStringLiteral("-c")});
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^Can't open config file : "));
-    set = Startup::configure(s4, appDir.path());
+    set = configured({u"-c"_s, m_dir.filePath(u"missing.cfg"_s)}, appDir.path());
     QCOMPARE(set.dataRoot, QDir::currentPath());
 }
 
 void TestBody::translationChangesTexts()
 {
-    {
+    for (const bool english : {false, true}) {
         ConfigStore store;
-        store.parseCommandLine({QStringLiteral("zelmap")}, false, QString(), {});
+        store.parseCommandLine(english ? QStringList{u"zelmap"_s, u"-e"_s}
+                                       : QStringList{u"zelmap"_s},
+                               false, QString(), {});
         QTranslator translator;
-        const Startup::Settings s = Startup::prepare(store, translator, m_dir.path());
-        QVERIFY(!s.english);
-        QVERIFY(!translator.isEmpty());
+        QCOMPARE(Startup::prepare(store, translator, m_dir.path()).english, english);
+        QCOMPARE(translator.isEmpty(), english);
         Body body;
-        QCOMPARE(child<QPushButton>(&body, "Load")->text(), QStringLiteral("読込"));
-        QCOMPARE(body.windowTitle(), QStringLiteral("Zelmap"));
+        QCOMPARE(child<QPushButton>(&body, "Load")->text(), english ? u"Load"_s : u"読込"_s);
+        QCOMPARE(body.windowTitle(), u"Zelmap"_s);
+        if (english) QCOMPARE(child<QRadioButton>(&body, "SaveSingle")->text(), u"Single(S1)"_s);
         QCoreApplication::removeTranslator(&translator);
-
-        // Every text the translation lists has its Japanese form.
-        QFile ts(QFINDTESTDATA("../../translations/Zelmap_ja_JP.ts"));
-        QVERIFY(ts.open(QIODevice::ReadOnly));
-        const QByteArray xml = ts.readAll();
-        QVERIFY(xml.count("<message") > 50);
-        QCOMPARE(xml.count("type=\"unfinished\""), 0);
     }
-    ConfigStore store;
-    store.parseCommandLine({QStringLiteral("zelmap"), QStringLiteral("-e")}, false, QString(), {});
-    QTranslator translator;
-    const Startup::Settings s = Startup::prepare(store, translator, m_dir.path());
-    QVERIFY(s.english);
-    Body body;
-    QCOMPARE(child<QPushButton>(&body, "Load")->text(), QStringLiteral("Load"));
-    QCOMPARE(child<QRadioButton>(&body, "SaveSingle")->text(), QStringLiteral("Single(S1)"));
+    // Every text the translation lists has its Japanese form.
+    const QByteArray xml = readAll(QFINDTESTDATA("../../translations/Zelmap_ja_JP.ts"));
+    QVERIFY(xml.count("<message") > 50);
+    QCOMPARE(xml.count("type=\"unfinished\""), 0);
 }
 
-QTEST_MAIN(TestBody)
+std::unique_ptr<ImgDisp> TestBody::shownDisplay(QSize size, QSize image)
+{
+    auto disp = std::make_unique<ImgDisp>();
+    disp->setImageSize(image.width(), image.height());
+    disp->resize(size);
+    disp->show();
+    disp->activateWindow();
+    if (!QTest::qWaitForWindowActive(disp.get())) qWarning("display not active");
+    return disp;
+}
+
+void TestBody::barIsASmoothRampAfterResize_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("taller") << QSize(400, 560);
+    QTest::newRow("shorter") << QSize(400, 330);
+}
+
+void TestBody::barIsASmoothRampAfterResize()
+{
+    QFETCH(QSize, size);
+    auto disp = shownDisplay(QSize(300, 240), QSize(10, 10));
+    disp->resize(size);
+    ColorBar *bar = disp->colorBar();
+    QTRY_VERIFY(bar->height() > size.height() / 2);
+    const int h = bar->height();
+    const QImage shot = bar->grab().toImage();
+    // Between the labels, every screen row shows the ramp at its own height: no bands.
+    for (int y = 110; y < h - 110; ++y)
+        QCOMPARE(shot.pixelColor(bar->width() / 2, y), bar->colorOfH(h - 1 - y));
+}
+
+void TestBody::imageKeys_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::addColumn<double>("factor"); // 0: the whole image again
+    QTest::newRow("+") << int(Qt::Key_Plus) << 0.9;
+    QTest::newRow("-") << int(Qt::Key_Minus) << 1.1;
+    QTest::newRow("0") << int(Qt::Key_0) << 0.0;
+    QTest::newRow("Home") << int(Qt::Key_Home) << 0.0;
+}
+
+void TestBody::imageKeys()
+{
+    QFETCH(int, key);
+    QFETCH(double, factor);
+    auto disp = shownDisplay(QSize(400, 300), QSize(120, 90));
+    DispA *canvas = disp->canvas();
+    // A click gives the image the keys; being no drag, it draws no region.
+    QTest::mouseClick(canvas, Qt::LeftButton, {}, QPoint(30, 30));
+    QVERIFY(canvas->hasFocus());
+    QCOMPARE(disp->regionState(), 0);
+    QTest::mousePress(canvas, Qt::LeftButton, {}, QPoint(30, 30));
+    QTest::mouseRelease(canvas, Qt::LeftButton, {}, QPoint(80, 70));
+    QCOMPARE(disp->regionState(), 2);
+
+    QTest::keyClick(canvas, Qt::Key_Plus); // off the reset view, so that a reset is seen
+    const ChCoord::Area d = disp->coord()->dataRange();
+    QSignalSpy reset(disp.get(), &ImgDisp::scaleReset);
+    QTest::keyClick(canvas, Qt::Key(key));
+    const ChCoord::Area e = disp->coord()->dataRange();
+    const QList<double> sizeAndCentre = {e.x1 - e.x0, e.y0 - e.y1, e.x0 + e.x1, e.y0 + e.y1};
+    QCOMPARE(reset.count(), factor == 0.0 ? 1 : 0);
+    if (factor == 0.0)
+        QVERIFY(near(sizeAndCentre, {120, 90, 120, 90}));
+    else
+        QVERIFY(near(sizeAndCentre,
+                     {(d.x1 - d.x0) * factor, (d.y0 - d.y1) * factor, d.x0 + d.x1, d.y0 + d.y1}));
+
+    QSignalSpy cleared(disp.get(), &ImgDisp::regionCleared);
+    QTest::keyClick(canvas, Qt::Key_Escape);
+    QCOMPARE(cleared.count(), 1);
+    QCOMPARE(disp->regionLabel(), QString());
+}
+
+void TestBody::squarePixels_data()
+{
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<QSize>("image");
+    QTest::newRow("unset") << QByteArray() << false << QSize(200, 50);
+    QTest::newRow("0") << QByteArray("0") << false << QSize(200, 50);
+    QTest::newRow("wide") << QByteArray("1") << true << QSize(200, 50);
+    QTest::newRow("tall") << QByteArray("on") << true << QSize(40, 160);
+}
+
+void TestBody::squarePixels()
+{
+    QFETCH(QByteArray, config);
+    QFETCH(bool, on);
+    QFETCH(QSize, image);
+    ConfigStore::instance().clear();
+    if (!config.isNull())
+        ConfigStore::instance().setValue(u"SquarePixels"_s, QString::fromLatin1(config));
+    auto disp = shownDisplay(QSize(420, 380), image);
+    auto *box = child<QCheckBox>(disp.get(), "SquarePixels");
+    QCOMPARE(box->isChecked(), on);
+    DispA *canvas = disp->canvas();
+    const auto fitsCentred = [&] {
+        const QList<double> m = mapping(*disp);
+        const double sw = canvas->width() - 1, sh = canvas->height() - 1;
+        // Square, centred, and the whole image in view filling one side of the canvas.
+        QVERIFY(near(m, {m[0], m[0], sw / 2, sh / 2}));
+        QCOMPARE(std::min(sw / image.width(), sh / image.height()), m[0]);
+    };
+    if (!on) {
+        QCOMPARE(disp->viewSize(), QSizeF(image)); // stretched, as before
+        QTest::mouseClick(box, Qt::LeftButton);
+    }
+    fitsCentred();
+    disp->resize(300, 520);
+    QTRY_VERIFY(canvas->height() > 400);
+    fitsCentred();
+
+    // Zoomed in, a resize keeps the size of a pixel on screen.
+    QTest::keyClick(canvas, Qt::Key_Plus);
+    const QList<double> zoomed = mapping(*disp);
+    disp->resize(380, 400);
+    QTRY_VERIFY(canvas->height() < 400);
+    QVERIFY(near(mapping(*disp).mid(0, 2), zoomed.mid(0, 2)));
+
+    // Off again is the plain reset: the image stretched over the canvas.
+    QTest::mouseClick(box, Qt::LeftButton);
+    const ChCoord::Area d = disp->coord()->dataRange();
+    QCOMPARE((QList<double>{d.x0, d.y0, d.x1, d.y1}),
+             (QList<double>{0, double(image.height()), double(image.width()), 0}));
+}
+
+void TestBody::mainWindowShortcuts()
+{
+    Body body;
+    connect(&body, &Body::finishing, qApp, &QApplication::closeAllWindows); // as at start-up
+    body.show();
+    QVERIFY(QTest::qWaitForWindowActive(&body));
+    QTest::keyClick(&body, Qt::Key_O, Qt::ControlModifier);
+    QVERIFY(body.openDialog()->isVisible() && !body.saveDialog()->isVisible());
+    body.openDialog()->hide();
+    body.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&body));
+    QTest::keyClick(&body, Qt::Key_S, Qt::ControlModifier);
+    QVERIFY(body.saveDialog()->isVisible());
+    body.saveDialog()->hide();
+
+    // Ctrl+Q from the image window closes everything.
+    body.loadFilesSelected({m_files.first()});
+    QTRY_COMPARE(body.dataCtrls()->count(), 1);
+    ImgBase *base = body.imgBase();
+    base->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(base));
+    QSignalSpy finishing(&body, &Body::finishing);
+    QTest::keyClick(body.dataCtrls()->at(0)->display()->canvas(), Qt::Key_Q, Qt::ControlModifier);
+    QCOMPARE(finishing.count(), 1);
+    QVERIFY(!body.isVisible() && !base->isVisible());
+}
+
+void TestBody::windowsOpenBesideTheirParent_data()
+{
+    // The screen is 1600 by 1000 (see main).
+    QTest::addColumn<QSize>("body");
+    QTest::addColumn<QSize>("base");
+    QTest::addColumn<bool>("right");
+    QTest::newRow("room on the right") << QSize(600, 300) << QSize(600, 400) << true;
+    QTest::newRow("too narrow") << QSize(1000, 300) << QSize(700, 400) << false;
+}
+
+void TestBody::windowsOpenBesideTheirParent()
+{
+    QFETCH(QSize, body);
+    QFETCH(QSize, base);
+    QFETCH(bool, right);
+    Body main;
+    main.resize(body);
+    main.move(0, 0);
+    main.imgBase()->resize(base);
+    main.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&main));
+    main.loadFilesSelected({m_files.first()});
+    QTRY_VERIFY(main.imgBase()->isVisible());
+    const QRect m = main.frameGeometry();
+    const QRect b = main.imgBase()->frameGeometry();
+    QCOMPARE(b.topLeft(),
+             right ? QPoint(m.right() + 1, m.top()) : QPoint(m.left(), m.bottom() + 1));
+
+    // A tab closed by its button becomes a window beside the image window.
+    DataCtrl *entry = main.dataCtrls()->at(0);
+    QTabBar *tabs = main.imgBase()->tabWidget()->tabBar();
+    QTest::mouseClick(tabs->tabButton(0, QTabBar::RightSide), Qt::LeftButton);
+    QTRY_VERIFY(entry->display()->isWindow() && entry->display()->isVisible());
+    QVERIFY(!entry->display()->frameGeometry().intersects(b));
+
+    // The statistics open beside the main window.
+    QTest::mouseClick(child<QPushButton>(entry, "Stat"), Qt::LeftButton);
+    const QList<QLabel *> labels = entry->findChildren<QLabel *>();
+    const auto stat =
+        std::find_if(labels.begin(), labels.end(), [](QLabel *l) { return l->isWindow(); });
+    QVERIFY(stat != labels.end() && (*stat)->isVisible());
+    QVERIFY(!(*stat)->frameGeometry().intersects(m));
+}
+
+void TestBody::typedFormulaSurvivesNewEntryAndEmptyResultIsReported()
+{
+    Body body;
+    body.show();
+    body.loadFilesSelected(m_files.mid(0, 2));
+    QTRY_COMPARE(body.dataCtrls()->count(), 2);
+    QTest::mouseClick(child<QPushButton>(&body, "Calc"), Qt::LeftButton);
+    auto *num = child<QLineEdit>(&body, "Numerators");
+    auto *den = child<QLineEdit>(&body, "Denominators");
+    QTest::keyClicks(num, u"I[0]"_s);
+    QTest::keyClicks(den, u"2*I[1]"_s);
+
+    // A new entry leaves the typed formulas alone ...
+    body.loadFilesSelected({m_files.at(2)});
+    QTRY_COMPARE(body.dataCtrls()->count(), 3);
+    QCOMPARE(num->text(), u"I[0]"_s);
+    QCOMPARE(den->text(), u"2*I[1]"_s);
+    // ... and is known to the panel as soon as it is ticked or named.
+    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(2), "MultiSelB"), Qt::LeftButton);
+    QCOMPARE(den->text(), u"I[2]"_s);
+
+    // Every pixel invalid (the logarithm of negative values): said, and still added.
+    num->clear();
+    QTest::keyClicks(num, u"-I[2]"_s);
+    QTest::mouseClick(child<QPushButton>(&body, "Gen"), Qt::LeftButton);
+    QCOMPARE(body.dataCtrls()->count(), 4);
+    QCOMPARE(body.dataCtrls()->record(3)->validCount(), 0);
+    QCOMPARE(body.statusBar()->currentMessage(),
+             u"Cl[log(-I[2]/I[2])] has no valid pixel (check the regions and the formula)"_s);
+}
+
+int main(int argc, char **argv)
+{
+    // A virtual screen with room for two windows side by side, as on a desk.
+    QTemporaryDir dir;
+    const QString json = dir.filePath(u"screen.json"_s);
+    if (!writeAll(json,
+                  R"({"screens": [{"name": "desk", "x": 0, "y": 0, "width": 1600, "height": 1000,
+                             "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1}]})"))
+        return 1;
+    qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + json.toLocal8Bit());
+    QApplication app(argc, argv);
+    TestBody test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_body.moc"

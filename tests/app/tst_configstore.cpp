@@ -1,9 +1,33 @@
+#include "../support/RecordFixtures.h"
+
 #include "app/ConfigStore.h"
 #include "app/ItemSplitter.h"
 
-#include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// The item taken from the line and what is left of it.
+QStringList take(const QString &line)
+{
+    QString rest;
+    const QString item = ItemSplitter::take(line, &rest);
+    return {item, rest};
+}
+
+QStringList values(ConfigStore &c, const QStringList &keys)
+{
+    QStringList v;
+    for (const QString &k : keys)
+        v << c.value(k);
+    return v;
+}
+
+} // namespace
 
 class TestConfigStore : public QObject
 {
@@ -15,182 +39,132 @@ private Q_SLOTS:
     void linesQuotesAndComments();
     void includeOrderAndCycles();
     void commandLineValues();
-    void lookupsAndPrecedence();
     void setValueAppends();
 
 private:
     QString write(const QString &name, const QByteArray &text)
     {
-        const QString p = m_dir.filePath(name);
-        QFile f(p);
-        if (f.open(QIODevice::WriteOnly)) f.write(text);
-        return p;
+        RecordFixtures::writeAll(m_dir.filePath(name), text);
+        return m_dir.filePath(name);
     }
     QTemporaryDir m_dir;
 };
 
 void TestConfigStore::itemSplitter()
 {
-    QString rest;
-    QCOMPARE(ItemSplitter::take(QStringLiteral("  key  value"), &rest), QStringLiteral("key"));
-    QCOMPARE(rest, QStringLiteral("  value"));
-    QCOMPARE(ItemSplitter::take(rest, &rest), QStringLiteral("value"));
-    QCOMPARE(rest, QString());
-    QCOMPARE(ItemSplitter::take(rest, &rest), QString());
-
-    QCOMPARE(ItemSplitter::take(QStringLiteral("\"a b\"c d"), &rest), QStringLiteral("a b"));
-    QCOMPARE(rest, QStringLiteral("c d"));
-    QCOMPARE(ItemSplitter::take(QStringLiteral("\t \t"), &rest), QString());
+    QCOMPARE(take(u"  key  value"_s), (QStringList{u"key"_s, u"  value"_s}));
+    QCOMPARE(take(u"  value"_s), (QStringList{u"value"_s, QString()}));
+    QCOMPARE(take(QString()), (QStringList{QString(), QString()}));
+    QCOMPARE(take(u"\"a b\"c d"_s), (QStringList{u"a b"_s, u"c d"_s}));
+    QCOMPARE(take(u"\t \t"_s).first(), QString());
 
     QTest::ignoreMessage(QtDebugMsg, "In a line [ \"open end] item is started from quote but "
                                      "not ended by quote");
-    QCOMPARE(ItemSplitter::take(QStringLiteral(" \"open end"), &rest), QStringLiteral("open end"));
-    QCOMPARE(rest, QString());
-
+    QCOMPARE(take(u" \"open end"_s), (QStringList{u"open end"_s, QString()}));
     QTest::ignoreMessage(QtDebugMsg, "In a line [ tail\"] item is started from not quote but "
                                      "ended by quote");
-    QCOMPARE(ItemSplitter::take(QStringLiteral(" tail\""), &rest), QStringLiteral("tail\""));
+    QCOMPARE(take(u" tail\""_s).first(), u"tail\""_s);
 }
 
 void TestConfigStore::linesQuotesAndComments()
 {
-    const QString p = write(QStringLiteral("a.cfg"), "# whole line comment\n"
-                                                     "Width \"a b c\" # dropped\n"
-                                                     "   \n"
-                                                     "key 'it#s'\n"
-                                                     "mixed 'x\" # dropped too\n"
-                                                     "three v e ignored\n"
-                                                     "width later\n"
-                                                     "\"unclosed key\n");
+    const QString p = write(u"a.cfg"_s, "# whole line comment\nWidth \"a b c\" # dropped\n   \n"
+                                        "key 'it#s'\nmixed 'x\" # dropped too\n"
+                                        "three v e ignored\nwidth later\n\"unclosed key\n");
     ConfigStore c;
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("item is started from quote but not"));
     QVERIFY(c.readFile(p));
-    QCOMPARE(c.value(QStringLiteral("WIDTH")), QStringLiteral("later"));
-    QCOMPARE(c.value(QStringLiteral("key")), QStringLiteral("'it#s'"));
-    QCOMPARE(c.value(QStringLiteral("mixed")), QStringLiteral("'x\""));
-    QCOMPARE(c.value(QStringLiteral("three")), QStringLiteral("v"));
-    QCOMPARE(c.extra(QStringLiteral("three")), QStringLiteral("e"));
-    QVERIFY(c.contains(QStringLiteral("UNCLOSED KEY")));
+    QCOMPARE(values(c, {u"WIDTH"_s, u"key"_s, u"mixed"_s, u"three"_s}),
+             (QStringList{u"later"_s, u"'it#s'"_s, u"'x\""_s, u"v"_s}));
+    QCOMPARE(c.extra(u"three"_s), u"e"_s);
+    QVERIFY(c.contains(u"UNCLOSED KEY"_s));
     QCOMPARE(c.lines().size(), 6);
     QCOMPARE(c.currentFile(), p);
 
-    // The value of a quoted item drops its quotes.
-    write(QStringLiteral("b.cfg"), "Title \"a b c\"\n");
-    QVERIFY(c.readFile(m_dir.filePath(QStringLiteral("b.cfg"))));
-    QCOMPARE(c.value(QStringLiteral("title")), QStringLiteral("a b c"));
-
+    // The value of a quoted item drops its quotes; a missing file changes nothing.
+    QVERIFY(c.readFile(write(u"b.cfg"_s, "Title \"a b c\"\n")));
+    QCOMPARE(c.value(u"title"_s), u"a b c"_s);
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("^Can't open config file : .*nope"));
-    QVERIFY(!c.readFile(m_dir.filePath(QStringLiteral("nope.cfg"))));
-    QCOMPARE(c.value(QStringLiteral("title")), QStringLiteral("a b c"));
+    QVERIFY(!c.readFile(m_dir.filePath(u"nope.cfg"_s)));
+    QCOMPARE(c.value(u"title"_s), u"a b c"_s);
 }
 
 void TestConfigStore::includeOrderAndCycles()
 {
-    write(QStringLiteral("other.cfg"), "A fromOther\nB fromOther\n");
-    const QString main = write(QStringLiteral("main.cfg"), "A first\nInClUdE other.cfg\nB after\n");
+    write(u"other.cfg"_s, "A fromOther\nB fromOther\n");
     ConfigStore c;
-    QVERIFY(c.readFile(main));
-    QCOMPARE(c.value(QStringLiteral("A")), QStringLiteral("fromOther"));
-    QCOMPARE(c.value(QStringLiteral("B")), QStringLiteral("after"));
+    QVERIFY(c.readFile(write(u"main.cfg"_s, "A first\nInClUdE other.cfg\nB after\n")));
+    QCOMPARE(values(c, {u"A"_s, u"B"_s}), (QStringList{u"fromOther"_s, u"after"_s}));
     // The included file stays the one that settings are appended to.
-    QVERIFY(c.currentFile().endsWith(QLatin1String("other.cfg")));
+    QVERIFY(c.currentFile().endsWith("other.cfg"_L1));
 
     // Cycles end: each file is read once per chain.
-    write(QStringLiteral("x.cfg"), "X 1\ninclude y.cfg\nX2 done\n");
-    write(QStringLiteral("y.cfg"), "Y 1\ninclude x.cfg\ninclude y.cfg\nY2 done\n");
+    write(u"x.cfg"_s, "X 1\ninclude y.cfg\nX2 done\n");
+    write(u"y.cfg"_s, "Y 1\ninclude x.cfg\ninclude y.cfg\nY2 done\n");
     ConfigStore d;
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("includes itself"));
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("includes itself"));
-    QVERIFY(d.readFile(m_dir.filePath(QStringLiteral("x.cfg"))));
-    QCOMPARE(d.value(QStringLiteral("X2")), QStringLiteral("done"));
-    QCOMPARE(d.value(QStringLiteral("Y2")), QStringLiteral("done"));
+    QVERIFY(d.readFile(m_dir.filePath(u"x.cfg"_s)));
+    QCOMPARE(values(d, {u"X2"_s, u"Y2"_s}), (QStringList{u"done"_s, u"done"_s}));
 
     // A device is no configuration file: reading it would never end.
-    write(QStringLiteral("dev.cfg"), "include /dev/zero\nAfter yes\n");
     ConfigStore e;
     QTest::ignoreMessage(QtDebugMsg, "Can't open config file : /dev/zero");
-    QVERIFY(e.readFile(m_dir.filePath(QStringLiteral("dev.cfg"))));
-    QCOMPARE(e.value(QStringLiteral("after")), QStringLiteral("yes"));
+    QVERIFY(e.readFile(write(u"dev.cfg"_s, "include /dev/zero\nAfter yes\n")));
+    QCOMPARE(e.value(u"after"_s), u"yes"_s);
 }
 
 void TestConfigStore::commandLineValues()
 {
     ConfigStore c;
-    const QStringList args = {QStringLiteral("/usr/bin/zelmap"),
-                              QStringLiteral("-x"),
-                              QStringLiteral("-5"),
-                              QStringLiteral("-y"),
-                              QStringLiteral("-.5"),
-                              QStringLiteral("-e"),
-                              QStringLiteral("-bs"),
-                              QStringLiteral("640x480"),
-                              QStringLiteral("file.img"),
-                              QStringLiteral("-z"),
-                              QStringLiteral("-\u0663"),
-                              QStringLiteral("-last")};
-    c.parseCommandLine(args, false, QStringLiteral("config.cfg"), {QStringLiteral("-c")});
+    const QStringList args = {
+        u"/usr/bin/zelmap"_s, u"-x"_s,       u"-5"_s, u"-y"_s,      u"-.5"_s,  u"-e"_s, u"-bs"_s,
+        u"640x480"_s,         u"file.img"_s, u"-z"_s, u"-\u0663"_s, u"-last"_s};
+    c.parseCommandLine(args, false, u"config.cfg"_s, {u"-c"_s});
     QCOMPARE(c.arguments(), args);
-    QCOMPARE(c.value(QStringLiteral("-x")), QStringLiteral("-5"));
-    QCOMPARE(c.value(QStringLiteral("-y")), QStringLiteral("-.5"));
-    QVERIFY(c.contains(QStringLiteral("-e")));
-    QCOMPARE(c.value(QStringLiteral("-e"), QStringLiteral("def")), QString());
-    QCOMPARE(c.value(QStringLiteral("-BS")), QStringLiteral("640x480"));
-    QCOMPARE(c.value(QStringLiteral("-z")), QStringLiteral("-\u0663")); // any Unicode digit
-    QCOMPARE(c.value(QStringLiteral("-last"), QStringLiteral("def")), QString());
-    QVERIFY(!c.contains(QStringLiteral("file.img")));
-    QCOMPARE(c.fileName(), QStringLiteral("config.cfg"));
+    // A minus before any Unicode digit is a value, not an option.
+    QCOMPARE(values(c, {u"-x"_s, u"-y"_s, u"-e"_s, u"-BS"_s, u"-z"_s, u"-last"_s}),
+             (QStringList{u"-5"_s, u"-.5"_s, QString(), u"640x480"_s, u"-\u0663"_s, QString()}));
+    QVERIFY(c.contains(u"-e"_s) && !c.contains(u"file.img"_s));
+    QCOMPARE(c.value(u"-e"_s, u"def"_s) + c.value(u"-last"_s, u"def"_s), QString());
+    QCOMPARE(c.fileName(), u"config.cfg"_s);
 
     // The file options override the default in turn, and the file is read at once.
-    const QString p1 = write(QStringLiteral("one.cfg"), "K one\n");
-    const QString p2 = write(QStringLiteral("two.cfg"), "K two\n");
+    const QString p1 = write(u"one.cfg"_s, "K one\n");
+    const QString p2 = write(u"two.cfg"_s, "K two\n");
     ConfigStore d;
-    d.parseCommandLine(
-        {QStringLiteral("prog"), QStringLiteral("-c"), p1, QStringLiteral("-config"), p2}, true,
-        QStringLiteral("config.cfg"), {QStringLiteral("-c"), QStringLiteral("-config")});
+    d.parseCommandLine({u"prog"_s, u"-c"_s, p1, u"-config"_s, p2}, true, u"config.cfg"_s,
+                       {u"-c"_s, u"-config"_s});
     QCOMPARE(d.fileName(), p2);
-    QCOMPARE(d.value(QStringLiteral("K")), QStringLiteral("two"));
-}
+    QCOMPARE(d.value(u"K"_s), u"two"_s);
 
-void TestConfigStore::lookupsAndPrecedence()
-{
-    const QString p = write(QStringLiteral("sizes.cfg"), "BodySize 800x600\nDataRoot /data\n");
-    ConfigStore c;
-    c.parseCommandLine({QStringLiteral("prog"), QStringLiteral("-bs"), QStringLiteral("1024x768")},
-                       false, QString(), {});
-    QVERIFY(c.readFile(p));
-    const QStringList keys = {QStringLiteral("BodySize"), QStringLiteral("-bs")};
-    QCOMPARE(c.value(keys, QStringLiteral("400x400")), QStringLiteral("1024x768"));
-    QCOMPARE(
-        c.value({QStringLiteral("ImgBaseSize"), QStringLiteral("-ibs")}, QStringLiteral("400x400")),
-        QStringLiteral("400x400"));
-    QCOMPARE(c.value({QStringLiteral("DataRoot"), QStringLiteral("-d")}, QStringLiteral(".")),
-             QStringLiteral("/data"));
-    QVERIFY(c.isUsed(QStringLiteral("bodysize")));
-    QVERIFY(!c.isUsed(QStringLiteral("nothere")));
-    QCOMPARE(c.value(QStringLiteral("nothere"), QStringLiteral("dflt")), QStringLiteral("dflt"));
+    // The command line wins over the file; the first key found wins, then the default.
+    ConfigStore s;
+    s.parseCommandLine({u"prog"_s, u"-bs"_s, u"1024x768"_s}, false, QString(), {});
+    QVERIFY(s.readFile(write(u"sizes.cfg"_s, "BodySize 800x600\nDataRoot /data\n")));
+    QCOMPARE(s.value({u"BodySize"_s, u"-bs"_s}, u"400x400"_s), u"1024x768"_s);
+    QCOMPARE(s.value({u"ImgBaseSize"_s, u"-ibs"_s}, u"400x400"_s), u"400x400"_s);
+    QCOMPARE(s.value({u"DataRoot"_s, u"-d"_s}, u"."_s), u"/data"_s);
+    QVERIFY(s.isUsed(u"bodysize"_s) && !s.isUsed(u"nothere"_s));
+    QCOMPARE(s.value(u"nothere"_s, u"dflt"_s), u"dflt"_s);
 }
 
 void TestConfigStore::setValueAppends()
 {
-    const QString p = write(QStringLiteral("app.cfg"), "Size 1x1\n");
+    const QString p = write(u"app.cfg"_s, "Size 1x1\n");
     ConfigStore c;
-    c.setValue(QStringLiteral("Early"), QStringLiteral("v")); // no file yet: memory only
+    c.setValue(u"Early"_s, u"v"_s); // no file yet: memory only
     QVERIFY(c.readFile(p));
-    c.setValue(QStringLiteral("Size"), QStringLiteral("\"2 x 2\""), QStringLiteral("ex"),
-               QStringLiteral("by test"));
-    c.setValue(QStringLiteral("Size"), QStringLiteral("3x3"), QString(), QString());
-    QCOMPARE(c.value(QStringLiteral("SIZE")), QStringLiteral("3x3"));
-    QCOMPARE(c.value(QStringLiteral("early")), QStringLiteral("v"));
-
-    QFile f(p);
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(),
-             QByteArray("Size 1x1\nSize\t\"2 x 2\" ex\t # by test\nSize\t3x3 \t # \n"));
+    c.setValue(u"Size"_s, u"\"2 x 2\""_s, u"ex"_s, u"by test"_s);
+    c.setValue(u"Size"_s, u"3x3"_s, QString(), QString());
+    QCOMPARE(values(c, {u"SIZE"_s, u"early"_s}), (QStringList{u"3x3"_s, u"v"_s}));
+    QCOMPARE(RecordFixtures::readAll(p),
+             "Size 1x1\nSize\t\"2 x 2\" ex\t # by test\nSize\t3x3 \t # \n"_ba);
 
     // Read back, the last line wins and quotes and comments are undone.
     ConfigStore d;
     QVERIFY(d.readFile(p));
-    QCOMPARE(d.value(QStringLiteral("size")), QStringLiteral("3x3"));
+    QCOMPARE(d.value(u"size"_s), u"3x3"_s);
 }
 
 QTEST_GUILESS_MAIN(TestConfigStore)

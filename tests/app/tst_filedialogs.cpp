@@ -14,6 +14,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Exposes how many connections hang on the dialog's signals.
@@ -37,194 +39,141 @@ class TstFileDialogs : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
-    void dialogsStartInDataRootWithTheirFilters();
-    void addingTwiceKeepsOneEntryAndOneConnection();
+    void initTestCase()
+    {
+        QVERIFY(m_tmp.isValid());
+        m_oldRoot = AppState::dataRoot();
+    }
+    void cleanupTestCase() { AppState::setDataRoot(m_oldRoot); }
+    void dialogsStartInDataRoot();
+    void groupAddsOnceAndForgetsDestroyed();
     void highlightingAFileMovesTheOthers();
     void enteredDirectoryIsFollowedCanonically();
-    void destroyedDialogLeavesTheGroup();
 
 private:
-    QString makeDir(const QString &name);
+    QString makeDir(const QString &name)
+    {
+        const QString path = m_tmp.filePath(name);
+        return QDir().mkpath(path) ? canonical(path) : QString();
+    }
 
     QTemporaryDir m_tmp;
     QString m_oldRoot;
 };
 
-QString TstFileDialogs::makeDir(const QString &name)
+void TstFileDialogs::dialogsStartInDataRoot()
 {
-    const QString path = m_tmp.filePath(name);
-    if (!QDir().mkpath(path)) return QString();
-    return canonical(path);
-}
-
-void TstFileDialogs::initTestCase()
-{
-    QVERIFY(m_tmp.isValid());
-    m_oldRoot = AppState::dataRoot();
-}
-
-void TstFileDialogs::cleanupTestCase()
-{
-    AppState::setDataRoot(m_oldRoot);
-}
-
-void TstFileDialogs::dialogsStartInDataRootWithTheirFilters()
-{
-    const QString root = makeDir(QStringLiteral("root"));
+    const QString root = makeDir(u"root"_s);
     QVERIFY(!root.isEmpty());
     AppState::setDataRoot(root);
 
-    _FileDialog plain(QStringLiteral("Save Data"));
+    _FileDialog plain(u"Save Data"_s);
     QVERIFY(plain.testOption(QFileDialog::DontUseNativeDialog));
-    QCOMPARE(plain.windowTitle(), QStringLiteral("Save Data"));
+    QCOMPARE(plain.windowTitle(), u"Save Data"_s);
     QCOMPARE(canonical(plain.directory().absolutePath()), root);
     QVERIFY(!plain.isModal());
 
-    SelectImgDialog single(true, QStringLiteral("one"));
-    QCOMPARE(single.fileMode(), QFileDialog::ExistingFile);
-    QCOMPARE(single.acceptMode(), QFileDialog::AcceptOpen);
-    QCOMPARE(
-        single.nameFilters(),
-        QStringList({QStringLiteral("KWNB Files, IMG Files, Tiff Files (*.dat *.img *.tif *.tiff)"),
-                     QStringLiteral("Any Files (* *.*)")}));
     // One file only: the file list itself refuses a second selection.
-    const auto *singleList = single.findChild<QListView *>(QStringLiteral("listView"));
-    QVERIFY(singleList);
-    QCOMPARE(singleList->selectionMode(), QAbstractItemView::SingleSelection);
-
-    SelectImgDialog several(false, QStringLiteral("many"));
-    QCOMPARE(several.fileMode(), QFileDialog::ExistingFiles);
-    const auto *severalList = several.findChild<QListView *>(QStringLiteral("listView"));
-    QVERIFY(severalList);
-    QCOMPARE(severalList->selectionMode(), QAbstractItemView::ExtendedSelection);
-
-    SelectLoadFileDialog text(QStringLiteral("spectrum"));
-    QCOMPARE(text.nameFilters(), QStringList({QStringLiteral("Text Files (*.txt *.dat *)"),
-                                              QStringLiteral("Any Files (* *.*)")}));
+    for (const bool single : {true, false}) {
+        SelectImgDialog d(single, u"one"_s);
+        QCOMPARE(d.fileMode(), single ? QFileDialog::ExistingFile : QFileDialog::ExistingFiles);
+        QCOMPARE(d.acceptMode(), QFileDialog::AcceptOpen);
+        QCOMPARE(d.findChild<QListView *>(u"listView"_s)->selectionMode(),
+                 single ? QAbstractItemView::SingleSelection
+                        : QAbstractItemView::ExtendedSelection);
+    }
 }
 
-void TstFileDialogs::addingTwiceKeepsOneEntryAndOneConnection()
+void TstFileDialogs::groupAddsOnceAndForgetsDestroyed()
 {
+    const QString next = makeDir(u"n"_s);
+    AppState::setDataRoot(makeDir(u"s"_s));
     FDGroup group;
-    CountingDialog a(QStringLiteral("a"));
-    CountingDialog b(QStringLiteral("b"));
+    CountingDialog a(u"a"_s);
+    auto b = std::make_unique<CountingDialog>(u"b"_s);
+    _FileDialog c(u"c"_s);
     const int baseCurrent = a.currentChangedReceivers();
     const int baseEntered = a.directoryEnteredReceivers();
-
-    group.addDialog(&a);
-    group.addDialog(&a);
-    group.addDialog(&b);
-    group.addDialog(&a);
-    group.addDialog(nullptr);
-    QCOMPARE(group.dialogs(), QList<QFileDialog *>({&a, &b}));
+    for (QFileDialog *d : QList<QFileDialog *>{&a, &a, b.get(), &a, &c, nullptr})
+        group.addDialog(d);
+    QCOMPARE(group.dialogs(), QList<QFileDialog *>({&a, b.get(), &c}));
     QCOMPARE(a.currentChangedReceivers(), baseCurrent + 1);
     QCOMPARE(a.directoryEnteredReceivers(), baseEntered + 1);
-    QCOMPARE(b.currentChangedReceivers(), baseCurrent + 1);
-}
-
-void TstFileDialogs::highlightingAFileMovesTheOthers()
-{
-    const QString here = makeDir(QStringLiteral("here"));
-    const QString there = makeDir(QStringLiteral("there"));
-    QFile file(here + QStringLiteral("/sample.tif"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    AppState::setDataRoot(there);
-
-    SelectImgDialog a(false, QStringLiteral("a"));
-    SelectImgDialog b(false, QStringLiteral("b"));
-    SelectLoadFileDialog c(QStringLiteral("c"));
-    FDGroup group;
-    group.addDialog(&a);
-    group.addDialog(&b);
-    group.addDialog(&c);
-    a.setDirectory(here);
-
-    // A real click on the file in dialog a's list.
-    a.show();
-    auto *list = a.findChild<QListView *>(QStringLiteral("listView"));
-    QVERIFY(list);
-    QModelIndex item;
-    QTRY_VERIFY([&] {
-        const QAbstractItemModel *model = list->model();
-        for (int r = 0; r < model->rowCount(list->rootIndex()); ++r) {
-            const QModelIndex i = model->index(r, 0, list->rootIndex());
-            if (i.data().toString() == QLatin1String("sample.tif")) {
-                item = i;
-                return true;
-            }
-        }
-        return false;
-    }());
-    QSignalSpy highlighted(&a, &QFileDialog::currentChanged);
-    const QRect rect = list->visualRect(item);
-    QVERIFY(rect.isValid());
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
-    QCOMPARE(highlighted.count(), 1);
-    QCOMPARE(canonical(QFileInfo(highlighted.first().first().toString()).path()), here);
-
-    QCOMPARE(canonical(a.directory().absolutePath()), here);
-    QCOMPARE(canonical(b.directory().absolutePath()), here);
-    QCOMPARE(canonical(c.directory().absolutePath()), here);
-}
-
-void TstFileDialogs::enteredDirectoryIsFollowedCanonically()
-{
-    const QString target = makeDir(QStringLiteral("target"));
-    const QString start = makeDir(QStringLiteral("start"));
-    AppState::setDataRoot(start);
-    const QString link = m_tmp.filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(target, link));
-
-    _FileDialog a(QStringLiteral("a"));
-    _FileDialog b(QStringLiteral("b"));
-    _FileDialog c(QStringLiteral("c"));
-    FDGroup group;
-    group.addDialog(&a);
-    group.addDialog(&b);
-    group.addDialog(&c);
-
-    // Through a link and a "..": every dialog lands in the real directory.
-    QVERIFY(QDir().mkpath(target + QStringLiteral("/sub")));
-    emit b.directoryEntered(link + QStringLiteral("/sub/.."));
-    for (const QFileDialog *d : {&a, &b, &c})
-        QCOMPARE(d->directory().absolutePath(), target);
-
-    // A highlighted file moves dialogs to the file's directory, not into the file.
-    QFile file(target + QStringLiteral("/spectrum.dat"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    emit a.currentChanged(link + QStringLiteral("/spectrum.dat"));
-    for (const QFileDialog *d : {&a, &b, &c})
-        QCOMPARE(d->directory().absolutePath(), target);
-
-    // Paths that lead nowhere move nothing.
-    emit a.currentChanged(QString());
-    emit a.directoryEntered(m_tmp.filePath(QStringLiteral("missing")));
-    for (const QFileDialog *d : {&a, &b, &c})
-        QCOMPARE(d->directory().absolutePath(), target);
-}
-
-void TstFileDialogs::destroyedDialogLeavesTheGroup()
-{
-    const QString start = makeDir(QStringLiteral("s"));
-    const QString next = makeDir(QStringLiteral("n"));
-    AppState::setDataRoot(start);
-
-    FDGroup group;
-    _FileDialog a(QStringLiteral("a"));
-    auto b = std::make_unique<_FileDialog>(QStringLiteral("b"));
-    _FileDialog c(QStringLiteral("c"));
-    group.addDialog(&a);
-    group.addDialog(b.get());
-    group.addDialog(&c);
+    QCOMPARE(b->currentChangedReceivers(), baseCurrent + 1);
 
     b.reset();
     QCOMPARE(group.dialogs(), QList<QFileDialog *>({&a, &c}));
     emit a.directoryEntered(next);
     QCOMPARE(c.directory().absolutePath(), next);
+}
+
+void TstFileDialogs::highlightingAFileMovesTheOthers()
+{
+    const QString here = makeDir(u"here"_s);
+    QFile file(here + u"/sample.tif"_s);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    AppState::setDataRoot(makeDir(u"there"_s));
+
+    SelectImgDialog a(false, u"a"_s);
+    SelectImgDialog b(false, u"b"_s);
+    SelectLoadFileDialog c(u"c"_s);
+    FDGroup group;
+    for (QFileDialog *d : QList<QFileDialog *>{&a, &b, &c})
+        group.addDialog(d);
+    a.setDirectory(here);
+
+    // A real click on the file in dialog a's list.
+    a.show();
+    auto *list = a.findChild<QListView *>(u"listView"_s);
+    QModelIndex item;
+    QTRY_VERIFY([&] {
+        const QAbstractItemModel *model = list->model();
+        for (int r = 0; r < model->rowCount(list->rootIndex()); ++r) {
+            item = model->index(r, 0, list->rootIndex());
+            if (item.data().toString() == "sample.tif"_L1) return true;
+        }
+        return false;
+    }());
+    QSignalSpy highlighted(&a, &QFileDialog::currentChanged);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(item).center());
+    QCOMPARE(highlighted.count(), 1);
+    for (const QFileDialog *d : QList<QFileDialog *>{&a, &b, &c})
+        QCOMPARE(canonical(d->directory().absolutePath()), here);
+}
+
+void TstFileDialogs::enteredDirectoryIsFollowedCanonically()
+{
+    const QString target = makeDir(u"target"_s);
+    AppState::setDataRoot(makeDir(u"start"_s));
+    const QString link = m_tmp.filePath(u"link"_s);
+    QVERIFY(QFile::link(target, link));
+    QVERIFY(QDir().mkpath(target + u"/sub"_s));
+    QFile file(target + u"/spectrum.dat"_s);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+
+    _FileDialog a(u"a"_s), b(u"b"_s), c(u"c"_s);
+    FDGroup group;
+    for (QFileDialog *d : {&a, &b, &c})
+        group.addDialog(d);
+    const auto allIn = [&](const QString &dir) {
+        for (const QFileDialog *d : {&a, &b, &c})
+            QCOMPARE(d->directory().absolutePath(), dir);
+    };
+
+    // Through a link and a "..": every dialog lands in the real directory.
+    emit b.directoryEntered(link + u"/sub/.."_s);
+    allIn(target);
+    // A highlighted file moves dialogs to the file's directory, not into the file.
+    emit c.directoryEntered(target + u"/sub"_s);
+    allIn(target + u"/sub"_s);
+    emit a.currentChanged(link + u"/spectrum.dat"_s);
+    allIn(target);
+    // Paths that lead nowhere move nothing.
+    emit a.currentChanged(QString());
+    emit a.directoryEntered(m_tmp.filePath(u"missing"_s));
+    allIn(target);
 }
 
 QTEST_MAIN(TstFileDialogs)

@@ -1,6 +1,8 @@
 #pragma once
 
 // Small files of every format the image readers know, written for the tests.
+#include "../support/RecordFixtures.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QString>
@@ -64,34 +66,33 @@ inline bool writeTiff(const QString &path, const TiffLayout &s,
             TIFFSetField(tif, TIFFTAG_PAGENUMBER, uint16_t(page), uint16_t(s.pages));
         }
         if (page == 0 && s.exposureSeconds >= 0) TIFFSetField(tif, TIFFTAG_EXIFIFD, uint64_t(0));
+        // The whole page first; strips and tiles are cut from it.
+        const size_t px = size_t(s.samples * bytes), line = px * size_t(s.width);
+        std::vector<uchar> image(line * size_t(s.height));
+        for (int y = 0; y < s.height; ++y)
+            for (int x = 0; x < s.width; ++x)
+                for (int c = 0; c < s.samples; ++c)
+                    putSample(image, line * y + px * x + size_t(c * bytes), s, value(x, y, page));
         if (s.tiled) {
             TIFFSetField(tif, TIFFTAG_TILEWIDTH, uint32_t(16));
             TIFFSetField(tif, TIFFTAG_TILELENGTH, uint32_t(16));
-            std::vector<uchar> tile(size_t(16 * 16 * s.samples * bytes));
+            std::vector<uchar> tile(16 * 16 * px);
             for (int ty = 0; ty < s.height; ty += 16) {
                 for (int tx = 0; tx < s.width; tx += 16) {
                     std::fill(tile.begin(), tile.end(), 0);
                     for (int y = ty; y < qMin(ty + 16, s.height); ++y)
-                        for (int x = tx; x < qMin(tx + 16, s.width); ++x)
-                            for (int c = 0; c < s.samples; ++c)
-                                putSample(tile,
-                                          size_t(((y - ty) * 16 + (x - tx)) * s.samples + c) *
-                                              bytes,
-                                          s, value(x, y, page));
+                        std::memcpy(tile.data() + (y - ty) * 16 * px,
+                                    image.data() + line * y + px * tx,
+                                    px * size_t(qMin(16, s.width - tx)));
                     if (TIFFWriteTile(tif, tile.data(), uint32_t(tx), uint32_t(ty), 0, 0) < 0)
                         return TIFFClose(tif), false;
                 }
             }
         } else {
             TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, uint32_t(2));
-            std::vector<uchar> row(size_t(s.width * s.samples * bytes));
-            for (int y = 0; y < s.height; ++y) {
-                for (int x = 0; x < s.width; ++x)
-                    for (int c = 0; c < s.samples; ++c)
-                        putSample(row, size_t(x * s.samples + c) * bytes, s, value(x, y, page));
-                if (TIFFWriteScanline(tif, row.data(), uint32_t(y), 0) < 0)
+            for (int y = 0; y < s.height; ++y)
+                if (TIFFWriteScanline(tif, image.data() + line * y, uint32_t(y), 0) < 0)
                     return TIFFClose(tif), false;
-            }
         }
         if (!TIFFWriteDirectory(tif)) return TIFFClose(tif), false;
     }
@@ -106,13 +107,6 @@ inline bool writeTiff(const QString &path, const TiffLayout &s,
     }
     TIFFClose(tif);
     return true;
-}
-
-inline bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate)) return false;
-    return f.write(bytes) == bytes.size();
 }
 
 // An HPK IMG file: 64-byte header, comment, little-endian pixels.
