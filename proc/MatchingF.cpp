@@ -11,7 +11,11 @@
 
 namespace {
 constexpr double kPi = 3.141592653589793;
-}
+// Small enough that the C library keeps the stacks of a full set of row threads for the next
+// ones (a fresh mapping per thread costs more than a row); the FFT keeps its buffers on the
+// heap.
+constexpr uint kWorkerStack = 1u << 20;
+} // namespace
 
 MatchingF::MatchingF(int thresholdMode, int execMode, int maxThreads, QObject *parent)
     : Filter(3, parent), m_thresholdMode(thresholdMode), m_execMode(execMode),
@@ -168,6 +172,7 @@ void MatchingF::exec5Next()
                                  m_run->rh(), const_cast<double *>(m_run->templateValues()),
                                  m_run->a2());
         MatchingFExec5::handOver(worker);
+        th->setStackSize(kWorkerStack);
         th->start(QThread::InheritPriority);
         ++m_nextRow;
     }

@@ -564,11 +564,16 @@ void MatchingRun::computeTile(int band, int tile, Scratch &s)
     double errST = 0.0, stScale = 0.0;
     if (maxAbs > 0.0) {
         const int e = std::ilogb(maxAbs);
+        // Multiplying by a power of two rounds exactly as ldexp does; 2^-e itself must be a
+        // normal number for that.
+        const bool byFactor = e > std::numeric_limits<double>::min_exponent - 1 &&
+                              e < std::numeric_limits<double>::max_exponent - 1;
+        const double factor = byFactor ? std::ldexp(1.0, -e) : 0.0;
         double a2 = 0.0;
         for (int y = 0; y < ah; ++y) {
             double *ar = a + size_t(y) * nx;
             for (int x = 0; x < aw; ++x) {
-                const double v = std::ldexp(ar[x], -e);
+                const double v = byFactor ? ar[x] * factor : std::ldexp(ar[x], -e);
                 ar[x] = v;
                 a2 += v * v;
             }
