@@ -87,6 +87,23 @@ void boxRows(const qint32 *in, int inW, int rows, int k, int outW, qint32 *out)
     }
 }
 
+// The same for the count of non-zero values, read from the values themselves.
+void boxRowsNonZero(const double *in, int inW, int rows, int k, int outW, qint32 *out)
+{
+    for (int y = 0; y < rows; ++y) {
+        const double *r = in + qsizetype(y) * inW;
+        qint32 *o = out + qsizetype(y) * outW;
+        qint32 s = 0;
+        for (int i = 0; i < k; ++i)
+            s += r[i] != 0.0;
+        o[0] = s;
+        for (int x = 1; x < outW; ++x) {
+            s += qint32(r[x + k - 1] != 0.0) - qint32(r[x - 1] != 0.0);
+            o[x] = s;
+        }
+    }
+}
+
 void boxColumns(const qint32 *in, int w, int k, int outH, qint32 *out)
 {
     std::memset(out, 0, sizeof(qint32) * size_t(w));
@@ -121,18 +138,40 @@ struct Compensated
     double value() const { return s + c; }
 };
 
+// Box sums of the squares of the values; two rows at a time, as each row's sum is one long
+// chain of dependent additions.
 void boxRowsCompensated(const double *in, int inW, int rows, int k, int outW, double *out)
 {
-    for (int y = 0; y < rows; ++y) {
+    int y = 0;
+    for (; y + 1 < rows; y += 2) {
+        const double *r0 = in + qsizetype(y) * inW, *r1 = r0 + inW;
+        double *o0 = out + qsizetype(y) * outW, *o1 = o0 + outW;
+        Compensated s0, s1;
+        for (int i = 0; i < k; ++i) {
+            s0.add(r0[i] * r0[i]);
+            s1.add(r1[i] * r1[i]);
+        }
+        o0[0] = s0.value();
+        o1[0] = s1.value();
+        for (int x = 1; x < outW; ++x) {
+            s0.add(r0[x + k - 1] * r0[x + k - 1]);
+            s1.add(r1[x + k - 1] * r1[x + k - 1]);
+            s0.add(-(r0[x - 1] * r0[x - 1]));
+            s1.add(-(r1[x - 1] * r1[x - 1]));
+            o0[x] = s0.value();
+            o1[x] = s1.value();
+        }
+    }
+    for (; y < rows; ++y) {
         const double *r = in + qsizetype(y) * inW;
         double *o = out + qsizetype(y) * outW;
         Compensated s;
         for (int i = 0; i < k; ++i)
-            s.add(r[i]);
+            s.add(r[i] * r[i]);
         o[0] = s.value();
         for (int x = 1; x < outW; ++x) {
-            s.add(r[x + k - 1]);
-            s.add(-r[x - 1]);
+            s.add(r[x + k - 1] * r[x + k - 1]);
+            s.add(-(r[x - 1] * r[x - 1]));
             o[x] = s.value();
         }
     }
@@ -424,8 +463,8 @@ void MatchingRun::ensureBand(int band)
 struct MatchingRun::Scratch
 {
     Scratch(size_t real, size_t complex, size_t outs, size_t rowOuts, bool special)
-        : a(fftwAlloc<double>(real)), spec(fftwAlloc<fftw_complex>(complex)), q(real), nz(real),
-          rowsTmp(rowOuts), rowsSS(rowOuts), ss(outs), nzCount(outs)
+        : a(fftwAlloc<double>(real)), spec(fftwAlloc<fftw_complex>(complex)), rowsTmp(rowOuts),
+          rowsSS(rowOuts), ss(outs), nzCount(outs)
     {
         if (special) {
             bad.resize(real);
@@ -436,8 +475,7 @@ struct MatchingRun::Scratch
     }
     FftwBuffer<double> a;
     FftwBuffer<fftw_complex> spec;
-    std::vector<double> q;
-    std::vector<qint32> nz, bad, huge, rowsTmp;
+    std::vector<qint32> bad, huge, rowsTmp;
     std::vector<double> rowsSS, ss;
     std::vector<qint32> nzCount, badCount, hugeCount;
 };
@@ -496,17 +534,12 @@ void MatchingRun::computeTile(int band, int tile, Scratch &s)
     const size_t real = size_t(nx) * ny, complex = size_t(nx / 2 + 1) * ny;
 
     // The buffers come from earlier tiles: everything read beyond the image is cleared here.
+    // The box sums read the values (their squares, whether they are zero) from a, before it is
+    // scaled for the transform.
     double *a = s.a.get();
-    double *q = s.q.data();
-    qint32 *nz = s.nz.data();
-    for (int y = 0; y < ah; ++y) {
+    for (int y = 0; y < ah; ++y)
         std::fill(a + size_t(y) * nx + aw, a + size_t(y + 1) * nx, 0.0);
-        std::fill(q + size_t(y) * iw + aw, q + size_t(y + 1) * iw, 0.0);
-        std::fill(nz + size_t(y) * iw + aw, nz + size_t(y + 1) * iw, 0);
-    }
     std::fill(a + size_t(ah) * nx, a + real, 0.0);
-    std::fill(q + size_t(ah) * iw, q + size_t(ih) * iw, 0.0);
-    std::fill(nz + size_t(ah) * iw, nz + size_t(ih) * iw, 0);
     if (m_anySpecial) {
         std::fill(s.bad.begin(), s.bad.begin() + qsizetype(iw) * ih, 0);
         std::fill(s.huge.begin(), s.huge.begin() + qsizetype(iw) * ih, 0);
@@ -515,49 +548,39 @@ void MatchingRun::computeTile(int band, int tile, Scratch &s)
     for (int y = 0; y < ah; ++y) {
         const double *src = m_values.data() + qsizetype(oy + y) * m_width + ox;
         double *ar = a + size_t(y) * nx;
-        double *qr = q + size_t(y) * iw;
-        qint32 *nr = nz + size_t(y) * iw;
         if (!m_anySpecial) {
-            for (int x = 0; x < aw; ++x) {
-                const double v = src[x];
-                ar[x] = v;
-                qr[x] = v * v;
-                nr[x] = v != 0.0;
-                maxAbs = std::max(maxAbs, std::fabs(v));
-            }
+            std::memcpy(ar, src, sizeof(double) * size_t(aw));
         } else {
             for (int x = 0; x < aw; ++x) {
                 const double v = src[x];
                 ar[x] = 0.0;
-                qr[x] = 0.0;
-                nr[x] = 0;
-                if (!std::isfinite(v)) {
+                if (!std::isfinite(v))
                     s.bad[size_t(y) * iw + x] = 1;
-                } else if (std::fabs(v) > kHuge) {
+                else if (std::fabs(v) > kHuge)
                     s.huge[size_t(y) * iw + x] = 1;
-                } else {
+                else
                     ar[x] = v;
-                    qr[x] = v * v;
-                    nr[x] = v != 0.0;
-                    maxAbs = std::max(maxAbs, std::fabs(v));
-                }
             }
         }
-        for (int x = 0; x < aw; ++x)
-            qSum += qr[x];
+        for (int x = 0; x < aw; ++x) {
+            const double v = ar[x];
+            maxAbs = std::max(maxAbs, std::fabs(v));
+            qSum += v * v;
+        }
     }
 
     // Window counts, exact: no pixel of the window non-zero means SS = 0 exactly.
+    boxRowsNonZero(a, nx, ih, m_kw, ow, s.rowsTmp.data());
+    boxColumns(s.rowsTmp.data(), ow, m_kh, oh, s.nzCount.data());
     const auto counts = [&](const std::vector<qint32> &in, std::vector<qint32> &out) {
         boxRows(in.data(), iw, ih, m_kw, ow, s.rowsTmp.data());
         boxColumns(s.rowsTmp.data(), ow, m_kh, oh, out.data());
     };
-    counts(s.nz, s.nzCount);
     if (m_anySpecial) {
         counts(s.bad, s.badCount);
         counts(s.huge, s.hugeCount);
     }
-    boxRowsCompensated(q, iw, ih, m_kw, ow, s.rowsSS.data());
+    boxRowsCompensated(a, nx, ih, m_kw, ow, s.rowsSS.data());
     boxColumnsCompensated(s.rowsSS.data(), ow, m_kh, oh, s.ss.data());
 
     // ST by FFT on the tile scaled to a largest magnitude near 1 (exact, and no overflow).
@@ -634,10 +657,13 @@ void MatchingRun::computeTile(int band, int tile, Scratch &s)
                         product <= kProductHigh;
             double c = 0.0;
             if (fast) {
-                const double den = std::sqrt(product);
-                c = st[x] * stScale / den;
-                const double dc =
-                    errST / den + std::fabs(c) * (16.0 * kEps + ssFloor / ssf) + 8.0 * kEps;
+                // One division per position; the rounding of the reciprocal is within the
+                // relative slack of the bound.
+                const double inv = 1.0 / std::sqrt(product);
+                c = st[x] * stScale * inv;
+                const double dc = errST * inv +
+                                  std::fabs(c) * (16.0 * kEps + ssFloor * m_a2 * inv * inv) +
+                                  8.0 * kEps;
                 if (!arcCos) {
                     fast = dc <= kTolerance;
                 } else {
