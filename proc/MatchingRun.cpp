@@ -226,7 +226,6 @@ MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int threshol
     if (m_width <= 0 || m_height <= 0) return;
     const qsizetype n = source.pixelCount();
     m_values = PixelBuffer<double>(n);
-    m_valid = PixelBuffer<quint8>(n);
     const double *v = source.values();
     const quint8 *f = source.validFlags();
     double *mv = m_values.data();
@@ -236,10 +235,14 @@ MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int threshol
         mv[i] = x;
         special |= !(std::fabs(x) <= kHuge);
     }
-    std::memcpy(m_valid.data(), f, size_t(n));
     m_anySpecial = special;
 
     buildTemplate(source);
+    // Only a template of infinite energy needs to tell invalid pixels from zeros.
+    if (!std::isfinite(m_a2)) {
+        m_valid = PixelBuffer<quint8>(n);
+        std::memcpy(m_valid.data(), f, size_t(n));
+    }
 
     // Positions outside the image have nowhere to go.
     m_x0 = int(std::clamp<qint64>(rect.left(), 0, m_width));

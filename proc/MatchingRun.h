@@ -89,8 +89,8 @@ private:
     int m_height = 0;
     int m_thresholdMode = 1;
     PixelBuffer<double> m_values; // invalid pixels hold 0
-    PixelBuffer<quint8> m_valid;
-    bool m_anySpecial = false; // valid pixels that are not finite or too large for the FFT
+    PixelBuffer<quint8> m_valid;  // only for a template of infinite energy
+    bool m_anySpecial = false;    // valid pixels that are not finite or too large for the FFT
 
     int m_kw = 0, m_kh = 0; // effective template size
     PixelBuffer<double> m_template;
