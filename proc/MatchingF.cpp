@@ -11,7 +11,11 @@
 
 namespace {
 constexpr double kPi = 3.141592653589793;
-}
+// Small enough that the C library keeps the stacks of a full set of row threads for the next
+// ones (a fresh mapping per thread costs more than a row); the FFT keeps its buffers on the
+// heap.
+constexpr uint kWorkerStack = 1u << 20;
+} // namespace
 
 MatchingF::MatchingF(int thresholdMode, int execMode, int maxThreads, QObject *parent)
     : Filter(3, parent), m_thresholdMode(thresholdMode), m_execMode(execMode),
@@ -55,11 +59,24 @@ std::unique_ptr<TDDataWL> MatchingF::makeResult(const TDDataWL &source) const
     return result;
 }
 
-void MatchingF::store(int x, int y, double c)
+void MatchingF::storeRow(int x0, int y, const double *cs, int n)
 {
-    const double v = m_thresholdMode == 2 ? 1.0 - std::acos(c) / kPi : c;
-    // Neither the marker nor NaN is above -2.
-    if (v > -2.0 && c > -2.0) m_result->setValue(x, y, v, true);
+    // Written straight into the row; the statistics are widened once over what was stored, as
+    // storing the values one by one would have done.
+    const qsizetype at = qsizetype(y) * m_result->width() + x0;
+    double *values = m_result->values() + at;
+    quint8 *valid = m_result->validFlags() + at;
+    m_stored.clear();
+    for (int i = 0; i < n; ++i) {
+        const double c = cs[i];
+        const double v = m_thresholdMode == 2 ? 1.0 - std::acos(c) / kPi : c;
+        // Neither the marker nor NaN is above -2.
+        if (!(v > -2.0 && c > -2.0)) continue;
+        values[i] = v;
+        valid[i] = 1;
+        m_stored.push_back(v);
+    }
+    m_result->widenStatistics(m_stored.data(), qsizetype(m_stored.size()));
 }
 
 double MatchingF::normalizedInnerP(TDDataWL *data, int ix, int iy, int rw, int rh, double *r,
@@ -90,8 +107,8 @@ void MatchingF::execMatching2(TDDataWL *source, const QRect &rect)
         for (int y = run.top(); y < run.bottom(); ++y) {
             Q_EMIT filteringLine(y);
             const QList<double> vals = run.row(y);
-            for (int x = run.left(); x < run.right(); ++x)
-                store(x, y, vals[x - run.left()]);
+            storeRow(run.left(), y, vals.constData(),
+                     int(std::min<qsizetype>(vals.size(), run.right() - run.left())));
         }
         if (helper.joinable()) helper.join();
     }
@@ -168,6 +185,7 @@ void MatchingF::exec5Next()
                                  m_run->rh(), const_cast<double *>(m_run->templateValues()),
                                  m_run->a2());
         MatchingFExec5::handOver(worker);
+        th->setStackSize(kWorkerStack);
         th->start(QThread::InheritPriority);
         ++m_nextRow;
     }
@@ -181,9 +199,8 @@ void MatchingF::givenMachingALine(int iy, QList<double> vals)
     MatchingFExec5 *worker = m_workers.takeAt(at);
     MatchingFExec5::takeOver(worker);
     if (iy >= m_top && iy < m_bottom) {
-        const int n = int(std::min<qsizetype>(vals.size(), m_right - m_left));
-        for (int i = 0; i < n; ++i)
-            store(m_left + i, iy, vals[i]);
+        storeRow(m_left, iy, vals.constData(),
+                 int(std::min<qsizetype>(vals.size(), m_right - m_left)));
     }
     ++m_finishedRows;
     // Its thread is still running and may delete it as soon as deleteLater is posted.

@@ -10,6 +10,7 @@
 #include <QRect>
 
 #include <memory>
+#include <vector>
 
 class MatchingFExec5;
 class MatchingRun;
@@ -59,7 +60,9 @@ public Q_SLOTS:
 
 private:
     std::unique_ptr<TDDataWL> makeResult(const TDDataWL &source) const;
-    void store(int x, int y, double c);
+    // Stores the values of row y from column x0 on, each transformed as the threshold mode says;
+    // markers of no value are skipped.
+    void storeRow(int x0, int y, const double *cs, int n);
     void finishExec5();
     void endIfIdle();
 
@@ -85,4 +88,5 @@ private:
     // Every thread not yet released, including those asked to quit.
     QList<QPointer<QThread>> m_liveThreads;
     QMetaMethod m_deleteTh, m_givenMachingALine, m_calc;
+    std::vector<double> m_stored; // one row's stored values, kept from row to row
 };

@@ -23,14 +23,12 @@ const double kProductHigh = std::ldexp(1.0, 900);
 // Bound on |fast - direct| accepted for a cosine; the rest of the 1e-9 budget is margin.
 constexpr double kTolerance = 2.5e-10;
 constexpr double kPi = 3.141592653589793;
+// Largest FFT tile side chosen for a small template.
+constexpr qint64 kTileSide = 768;
 
 struct FftwFree
 {
     void operator()(void *p) const { fftw_free(p); }
-};
-struct FftwlFree
-{
-    void operator()(void *p) const { fftwl_free(p); }
 };
 template <typename T> using FftwBuffer = std::unique_ptr<T[], FftwFree>;
 template <typename T> FftwBuffer<T> fftwAlloc(size_t n)
@@ -44,20 +42,18 @@ template <typename T> FftwBuffer<T> fftwAlloc(size_t n)
 // is only safe for that once told so.
 void makeFftwThreadSafe()
 {
-    static const bool done =
-        (fftw_make_planner_thread_safe(), fftwl_make_planner_thread_safe(), true);
+    static const bool done = (fftw_make_planner_thread_safe(), true);
     (void)done;
 }
 
-// Sizes 2^a 3^b 5^c 7^d, for which FFTW has fast codelets, in [lo, hi].
+// Sizes 2^a 3^b in [lo, hi]: FFTW is quickest on these (factors 5 and 7 measured up to half
+// again slower per point).
 std::vector<int> smoothSizes(qint64 lo, qint64 hi)
 {
     std::vector<int> out;
     for (qint64 a = 1; a <= hi; a *= 2)
         for (qint64 b = a; b <= hi; b *= 3)
-            for (qint64 c = b; c <= hi; c *= 5)
-                for (qint64 d = c; d <= hi; d *= 7)
-                    if (d >= lo) out.push_back(int(d));
+            if (b >= lo) out.push_back(int(b));
     std::sort(out.begin(), out.end());
     return out;
 }
@@ -66,7 +62,7 @@ qint64 nextSmooth(qint64 n)
 {
     for (qint64 m = std::max<qint64>(n, 1);; ++m) {
         qint64 r = m;
-        for (int p : {2, 3, 5, 7})
+        for (int p : {2, 3})
             while (r % p == 0)
                 r /= p;
         if (r == 1) return m;
@@ -86,6 +82,23 @@ void boxRows(const qint32 *in, int inW, int rows, int k, int outW, qint32 *out)
         o[0] = s;
         for (int x = 1; x < outW; ++x) {
             s += r[x + k - 1] - r[x - 1];
+            o[x] = s;
+        }
+    }
+}
+
+// The same for the count of non-zero values, read from the values themselves.
+void boxRowsNonZero(const double *in, int inW, int rows, int k, int outW, qint32 *out)
+{
+    for (int y = 0; y < rows; ++y) {
+        const double *r = in + qsizetype(y) * inW;
+        qint32 *o = out + qsizetype(y) * outW;
+        qint32 s = 0;
+        for (int i = 0; i < k; ++i)
+            s += r[i] != 0.0;
+        o[0] = s;
+        for (int x = 1; x < outW; ++x) {
+            s += qint32(r[x + k - 1] != 0.0) - qint32(r[x - 1] != 0.0);
             o[x] = s;
         }
     }
@@ -125,18 +138,40 @@ struct Compensated
     double value() const { return s + c; }
 };
 
+// Box sums of the squares of the values; two rows at a time, as each row's sum is one long
+// chain of dependent additions.
 void boxRowsCompensated(const double *in, int inW, int rows, int k, int outW, double *out)
 {
-    for (int y = 0; y < rows; ++y) {
+    int y = 0;
+    for (; y + 1 < rows; y += 2) {
+        const double *r0 = in + qsizetype(y) * inW, *r1 = r0 + inW;
+        double *o0 = out + qsizetype(y) * outW, *o1 = o0 + outW;
+        Compensated s0, s1;
+        for (int i = 0; i < k; ++i) {
+            s0.add(r0[i] * r0[i]);
+            s1.add(r1[i] * r1[i]);
+        }
+        o0[0] = s0.value();
+        o1[0] = s1.value();
+        for (int x = 1; x < outW; ++x) {
+            s0.add(r0[x + k - 1] * r0[x + k - 1]);
+            s1.add(r1[x + k - 1] * r1[x + k - 1]);
+            s0.add(-(r0[x - 1] * r0[x - 1]));
+            s1.add(-(r1[x - 1] * r1[x - 1]));
+            o0[x] = s0.value();
+            o1[x] = s1.value();
+        }
+    }
+    for (; y < rows; ++y) {
         const double *r = in + qsizetype(y) * inW;
         double *o = out + qsizetype(y) * outW;
         Compensated s;
         for (int i = 0; i < k; ++i)
-            s.add(r[i]);
+            s.add(r[i] * r[i]);
         o[0] = s.value();
         for (int x = 1; x < outW; ++x) {
-            s.add(r[x + k - 1]);
-            s.add(-r[x - 1]);
+            s.add(r[x + k - 1] * r[x + k - 1]);
+            s.add(-(r[x - 1] * r[x - 1]));
             o[x] = s.value();
         }
     }
@@ -191,7 +226,6 @@ MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int threshol
     if (m_width <= 0 || m_height <= 0) return;
     const qsizetype n = source.pixelCount();
     m_values = PixelBuffer<double>(n);
-    m_valid = PixelBuffer<quint8>(n);
     const double *v = source.values();
     const quint8 *f = source.validFlags();
     double *mv = m_values.data();
@@ -201,10 +235,14 @@ MatchingRun::MatchingRun(const TDDataWL &source, const QRect &rect, int threshol
         mv[i] = x;
         special |= !(std::fabs(x) <= kHuge);
     }
-    std::memcpy(m_valid.data(), f, size_t(n));
     m_anySpecial = special;
 
     buildTemplate(source);
+    // Only a template of infinite energy needs to tell invalid pixels from zeros.
+    if (!std::isfinite(m_a2)) {
+        m_valid = PixelBuffer<quint8>(n);
+        std::memcpy(m_valid.data(), f, size_t(n));
+    }
 
     // Positions outside the image have nowhere to go.
     m_x0 = int(std::clamp<qint64>(rect.left(), 0, m_width));
@@ -261,8 +299,13 @@ void MatchingRun::planTiles(Method method)
     // Only a finite template energy lets the FFT's error be bounded.
     if (!std::isfinite(m_a2)) return;
 
-    const std::vector<int> xs = smoothSizes(m_kw, nextSmooth(cols + m_kw - 1));
-    const std::vector<int> ys = smoothSizes(m_kh, nextSmooth(rows + m_kh - 1));
+    // Tiles of a few hundred pixels a side keep a tile's buffers in the caches and give every
+    // core tiles of its own; larger ones save little of the overlap once the template is small
+    // beside them.
+    const qint64 capX = std::max<qint64>(kTileSide, 4 * qint64(m_kw));
+    const qint64 capY = std::max<qint64>(kTileSide, 4 * qint64(m_kh));
+    const std::vector<int> xs = smoothSizes(m_kw, std::min(capX, nextSmooth(cols + m_kw - 1)));
+    const std::vector<int> ys = smoothSizes(m_kh, std::min(capY, nextSmooth(rows + m_kh - 1)));
     double best = std::numeric_limits<double>::infinity();
     for (int nx : xs) {
         if (nx % 2 != 0 && nx > 16) continue; // r2c is quicker on even lengths
@@ -288,8 +331,6 @@ void MatchingRun::planTiles(Method method)
     m_tilesX = int((cols + m_outW - 1) / m_outW);
     m_bandCount = int((rows + m_outH - 1) / m_outH);
     m_bands = std::make_unique<Band[]>(size_t(m_bandCount));
-    m_slots = std::make_unique<std::counting_semaphore<>>(
-        std::max<std::ptrdiff_t>(1, std::thread::hardware_concurrency()));
 
     makeFftwThreadSafe();
     m_fft = std::make_unique<Fft>();
@@ -321,29 +362,10 @@ void MatchingRun::planTiles(Method method)
         }
     m_t1 = t1;
     m_t2 = std::sqrt(t2);
-    // The template's spectrum in long double, rounded once to double: its error is then
-    // pointwise, a unit of roundoff of each element, and no longer spreads the rounding of a
-    // whole transform onto the image's large (mean) frequencies.
-    using LongBuffer = std::unique_ptr<long double[], FftwlFree>;
-    LongBuffer inL(static_cast<long double *>(fftwl_malloc(sizeof(long double) * real)));
-    auto outL = std::unique_ptr<fftwl_complex[], FftwlFree>(
-        static_cast<fftwl_complex *>(fftwl_malloc(sizeof(fftwl_complex) * complex)));
-    if (!inL || !outL) throw std::bad_alloc();
-    const fftwl_plan planL =
-        fftwl_plan_dft_r2c_2d(m_ny, m_nx, inL.get(), outL.get(), FFTW_ESTIMATE);
-    if (!planL) {
-        m_fft.reset();
-        return;
-    }
-    for (size_t k = 0; k < real; ++k)
-        inL[k] = in[k];
-    fftwl_execute(planL);
-    fftwl_destroy_plan(planL);
+    // The template's spectrum in double: its error adds delta ||a||_2 ||t||_2 to a tile's
+    // bound (see computeTile), no more than the forward transform of the tile itself.
     m_fft->templateSpectrum = fftwAlloc<fftw_complex>(complex);
-    for (size_t k = 0; k < complex; ++k) {
-        m_fft->templateSpectrum[k][0] = double(outL[k][0]);
-        m_fft->templateSpectrum[k][1] = double(outL[k][1]);
-    }
+    fftw_execute_dft_r2c(m_fft->forward, in.get(), m_fft->templateSpectrum.get());
     m_fast = true;
 }
 
@@ -404,6 +426,8 @@ QList<double> MatchingRun::row(int y)
     if (y < m_y0 || y >= m_y1 || m_cancelled.load(std::memory_order_relaxed)) return vals;
     if (m_fast) {
         ensureBand((y - m_y0) / m_outH);
+        // A core left idle works one tile ahead before this row goes back.
+        computeNextTile(false);
         if (m_cancelled.load(std::memory_order_relaxed)) return vals;
         std::memcpy(vals.data(), m_cos.data() + qsizetype(y - m_y0) * cols,
                     sizeof(double) * size_t(cols));
@@ -417,29 +441,92 @@ QList<double> MatchingRun::row(int y)
 void MatchingRun::computeAll()
 {
     if (!m_fast) return;
-    for (int b = 0; b < m_bandCount && !m_cancelled.load(std::memory_order_relaxed); ++b)
-        ensureBand(b);
+    while (computeNextTile(true)) {
+    }
 }
 
 void MatchingRun::ensureBand(int band)
 {
     Band &b = m_bands[size_t(band)];
-    if (b.done.load(std::memory_order_acquire) >= m_tilesX) return;
+    const int end = (band + 1) * m_tilesX;
     for (;;) {
-        const int t = b.next.fetch_add(1, std::memory_order_relaxed);
-        if (t >= m_tilesX) break;
-        m_slots->acquire();
-        computeTile(band, t);
-        m_slots->release();
+        if (m_cancelled.load(std::memory_order_relaxed)) return;
+        const int d = b.done.load(std::memory_order_acquire);
+        if (d >= m_tilesX) return;
+        if (m_nextTile.load(std::memory_order_relaxed) < end) {
+            computeNextTile(true);
+            continue;
+        }
+        // The band's last tiles are being computed: help further on if a core is free.
+        if (computeNextTile(false)) continue;
+        b.done.wait(d, std::memory_order_acquire);
+    }
+}
+
+struct MatchingRun::Scratch
+{
+    Scratch(size_t real, size_t complex, size_t outs, size_t rowOuts, bool special)
+        : a(fftwAlloc<double>(real)), spec(fftwAlloc<fftw_complex>(complex)), rowsTmp(rowOuts),
+          rowsSS(rowOuts), ss(outs), nzCount(outs)
+    {
+        if (special) {
+            bad.resize(real);
+            huge.resize(real);
+            badCount.resize(outs);
+            hugeCount.resize(outs);
+        }
+    }
+    FftwBuffer<double> a;
+    FftwBuffer<fftw_complex> spec;
+    std::vector<qint32> bad, huge, rowsTmp;
+    std::vector<double> rowsSS, ss;
+    std::vector<qint32> nzCount, badCount, hugeCount;
+};
+
+bool MatchingRun::computeNextTile(bool wait)
+{
+    const int total = m_bandCount * m_tilesX;
+    if (m_cancelled.load(std::memory_order_relaxed) ||
+        m_nextTile.load(std::memory_order_relaxed) >= total)
+        return false;
+    Scratch *s = nullptr;
+    {
+        std::unique_lock<std::mutex> lock(m_scratchLock);
+        const size_t cores = std::max(1u, std::thread::hardware_concurrency());
+        for (;;) {
+            if (!m_freeScratch.empty()) {
+                s = m_freeScratch.back();
+                m_freeScratch.pop_back();
+                break;
+            }
+            if (m_scratch.size() < cores) {
+                const size_t real = size_t(m_nx) * m_ny;
+                m_scratch.push_back(std::make_unique<Scratch>(real, size_t(m_nx / 2 + 1) * m_ny,
+                                                              size_t(m_outW) * m_outH,
+                                                              size_t(m_outW) * m_ny, m_anySpecial));
+                s = m_scratch.back().get();
+                break;
+            }
+            if (!wait) return false;
+            m_scratchFreed.wait(lock);
+        }
+    }
+    const int t = m_nextTile.fetch_add(1, std::memory_order_relaxed);
+    if (t < total) {
+        Band &b = m_bands[size_t(t / m_tilesX)];
+        computeTile(t / m_tilesX, t % m_tilesX, *s);
         b.done.fetch_add(1, std::memory_order_release);
         b.done.notify_all();
     }
-    for (int d = b.done.load(std::memory_order_acquire); d < m_tilesX;
-         d = b.done.load(std::memory_order_acquire))
-        b.done.wait(d, std::memory_order_acquire);
+    {
+        const std::lock_guard<std::mutex> lock(m_scratchLock);
+        m_freeScratch.push_back(s);
+    }
+    m_scratchFreed.notify_one();
+    return t < total;
 }
 
-void MatchingRun::computeTile(int band, int tile)
+void MatchingRun::computeTile(int band, int tile, Scratch &s)
 {
     if (m_cancelled.load(std::memory_order_relaxed)) return;
     const int ox = m_x0 + tile * m_outW, oy = m_y0 + band * m_outH;
@@ -449,87 +536,83 @@ void MatchingRun::computeTile(int band, int tile)
     const int nx = m_nx, ny = m_ny;
     const size_t real = size_t(nx) * ny, complex = size_t(nx / 2 + 1) * ny;
 
-    auto a = fftwAlloc<double>(real);
-    std::vector<double> q(size_t(iw) * ih, 0.0);
-    std::vector<qint32> nz(size_t(iw) * ih, 0);
-    std::vector<qint32> bad, huge;
+    // The buffers come from earlier tiles: everything read beyond the image is cleared here.
+    // The box sums read the values (their squares, whether they are zero) from a, before it is
+    // scaled for the transform.
+    double *a = s.a.get();
+    for (int y = 0; y < ah; ++y)
+        std::fill(a + size_t(y) * nx + aw, a + size_t(y + 1) * nx, 0.0);
+    std::fill(a + size_t(ah) * nx, a + real, 0.0);
     if (m_anySpecial) {
-        bad.assign(size_t(iw) * ih, 0);
-        huge.assign(size_t(iw) * ih, 0);
+        std::fill(s.bad.begin(), s.bad.begin() + qsizetype(iw) * ih, 0);
+        std::fill(s.huge.begin(), s.huge.begin() + qsizetype(iw) * ih, 0);
     }
-    std::fill(a.get(), a.get() + real, 0.0);
     double maxAbs = 0.0, qSum = 0.0;
     for (int y = 0; y < ah; ++y) {
         const double *src = m_values.data() + qsizetype(oy + y) * m_width + ox;
-        double *ar = a.get() + size_t(y) * nx;
-        double *qr = q.data() + size_t(y) * iw;
-        qint32 *nr = nz.data() + size_t(y) * iw;
+        double *ar = a + size_t(y) * nx;
         if (!m_anySpecial) {
-            for (int x = 0; x < aw; ++x) {
-                const double v = src[x];
-                ar[x] = v;
-                qr[x] = v * v;
-                nr[x] = v != 0.0;
-                maxAbs = std::max(maxAbs, std::fabs(v));
-            }
+            std::memcpy(ar, src, sizeof(double) * size_t(aw));
         } else {
             for (int x = 0; x < aw; ++x) {
                 const double v = src[x];
-                if (!std::isfinite(v)) {
-                    bad[size_t(y) * iw + x] = 1;
-                } else if (std::fabs(v) > kHuge) {
-                    huge[size_t(y) * iw + x] = 1;
-                } else {
+                ar[x] = 0.0;
+                if (!std::isfinite(v))
+                    s.bad[size_t(y) * iw + x] = 1;
+                else if (std::fabs(v) > kHuge)
+                    s.huge[size_t(y) * iw + x] = 1;
+                else
                     ar[x] = v;
-                    qr[x] = v * v;
-                    nr[x] = v != 0.0;
-                    maxAbs = std::max(maxAbs, std::fabs(v));
-                }
             }
         }
-        for (int x = 0; x < aw; ++x)
-            qSum += qr[x];
+        for (int x = 0; x < aw; ++x) {
+            const double v = ar[x];
+            maxAbs = std::max(maxAbs, std::fabs(v));
+            qSum += v * v;
+        }
     }
 
     // Window counts, exact: no pixel of the window non-zero means SS = 0 exactly.
-    std::vector<qint32> rowsTmp(size_t(ow) * ih);
-    const auto counts = [&](const std::vector<qint32> &in) {
-        std::vector<qint32> out(size_t(ow) * oh);
-        boxRows(in.data(), iw, ih, m_kw, ow, rowsTmp.data());
-        boxColumns(rowsTmp.data(), ow, m_kh, oh, out.data());
-        return out;
+    boxRowsNonZero(a, nx, ih, m_kw, ow, s.rowsTmp.data());
+    boxColumns(s.rowsTmp.data(), ow, m_kh, oh, s.nzCount.data());
+    const auto counts = [&](const std::vector<qint32> &in, std::vector<qint32> &out) {
+        boxRows(in.data(), iw, ih, m_kw, ow, s.rowsTmp.data());
+        boxColumns(s.rowsTmp.data(), ow, m_kh, oh, out.data());
     };
-    const std::vector<qint32> nzCount = counts(nz);
-    const std::vector<qint32> badCount = m_anySpecial ? counts(bad) : std::vector<qint32>();
-    const std::vector<qint32> hugeCount = m_anySpecial ? counts(huge) : std::vector<qint32>();
-    std::vector<double> ss(size_t(ow) * oh), rowsSS(size_t(ow) * ih);
-    boxRowsCompensated(q.data(), iw, ih, m_kw, ow, rowsSS.data());
-    boxColumnsCompensated(rowsSS.data(), ow, m_kh, oh, ss.data());
+    if (m_anySpecial) {
+        counts(s.bad, s.badCount);
+        counts(s.huge, s.hugeCount);
+    }
+    boxRowsCompensated(a, nx, ih, m_kw, ow, s.rowsSS.data());
+    boxColumnsCompensated(s.rowsSS.data(), ow, m_kh, oh, s.ss.data());
 
     // ST by FFT on the tile scaled to a largest magnitude near 1 (exact, and no overflow).
     double errST = 0.0, stScale = 0.0;
     if (maxAbs > 0.0) {
         const int e = std::ilogb(maxAbs);
-        double a1 = 0.0, a2 = 0.0;
+        // Multiplying by a power of two rounds exactly as ldexp does; 2^-e itself must be a
+        // normal number for that.
+        const bool byFactor = e > std::numeric_limits<double>::min_exponent - 1 &&
+                              e < std::numeric_limits<double>::max_exponent - 1;
+        const double factor = byFactor ? std::ldexp(1.0, -e) : 0.0;
+        double a2 = 0.0;
         for (int y = 0; y < ah; ++y) {
-            double *ar = a.get() + size_t(y) * nx;
+            double *ar = a + size_t(y) * nx;
             for (int x = 0; x < aw; ++x) {
-                const double s = std::ldexp(ar[x], -e);
-                ar[x] = s;
-                a1 += std::fabs(s);
-                a2 += s * s;
+                const double v = byFactor ? ar[x] * factor : std::ldexp(ar[x], -e);
+                ar[x] = v;
+                a2 += v * v;
             }
         }
-        auto spec = fftwAlloc<fftw_complex>(complex);
-        fftw_execute_dft_r2c(m_fft->forward, a.get(), spec.get());
+        fftw_complex *c = s.spec.get();
+        fftw_execute_dft_r2c(m_fft->forward, a, c);
         const fftw_complex *t = m_fft->templateSpectrum.get();
-        fftw_complex *c = spec.get();
         for (size_t k = 0; k < complex; ++k) {
             const double cr = c[k][0], ci = c[k][1], tr = t[k][0], ti = t[k][1];
             c[k][0] = cr * tr + ci * ti;
             c[k][1] = ci * tr - cr * ti;
         }
-        fftw_execute_dft_c2r(m_fft->backward, spec.get(), a.get());
+        fftw_execute_dft_c2r(m_fft->backward, c, a);
         const double pts = double(real);
         stScale = std::ldexp(m_templateScale, e) / pts;
         double out2 = 0.0;
@@ -543,12 +626,11 @@ void MatchingRun::computeTile(int band, int tile)
         // output of the correlation is off by at most
         //   delta (||a||_2 ||t||_1 + ||c||_2)    forward transform of a, inverse transform
         //   + 4 eps ||c||_2                      the products
-        //   + delta_L ||a||_1 ||t||_2            B, computed in long double
+        //   + delta ||a||_2 ||t||_2              B: sum |A_k| |dB_k| / N <= ||A||_2 ||dB||_2 / N
         // ||c||_2 is taken from the computed outputs; a and t are scaled as in the transforms.
         const double lg = std::log2(pts);
-        const double epsL = std::numeric_limits<long double>::epsilon() / 2;
-        errST = (8.0 * kEps * lg * (std::sqrt(a2) * m_t1 + corr2) + 4.0 * kEps * corr2 +
-                 8.0 * double(epsL) * lg * a1 * m_t2) *
+        const double norm2 = std::sqrt(a2);
+        errST = (8.0 * kEps * lg * (norm2 * (m_t1 + m_t2) + corr2) + 4.0 * kEps * corr2) *
                 std::ldexp(m_templateScale, e);
     }
     // Compensated sums are within a few ulps of SS, plus eps^2 times the largest partial sum
@@ -559,29 +641,32 @@ void MatchingRun::computeTile(int band, int tile)
     const qsizetype cols = m_x1 - m_x0;
     for (int y = 0; y < oh; ++y) {
         double *out = m_cos.data() + qsizetype(oy - m_y0 + y) * cols + (ox - m_x0);
-        const double *st = a.get() + size_t(y) * nx;
+        const double *st = a + size_t(y) * nx;
         for (int x = 0; x < ow; ++x) {
             const size_t k = size_t(y) * ow + x;
-            if (m_anySpecial && badCount[k] > 0) {
+            if (m_anySpecial && s.badCount[k] > 0) {
                 // A NaN makes SS NaN; an infinity makes SS infinite and ST infinite or NaN:
                 // either way the direct sum has no value here.
                 out[x] = kNoValue;
                 continue;
             }
-            if (nzCount[k] == 0 && (!m_anySpecial || hugeCount[k] == 0)) {
+            if (s.nzCount[k] == 0 && (!m_anySpecial || s.hugeCount[k] == 0)) {
                 out[x] = kNoValue;
                 continue;
             }
-            const double ssf = ss[k];
+            const double ssf = s.ss[k];
             const double product = ssf * m_a2;
-            bool fast = !(m_anySpecial && hugeCount[k] > 0) && product >= kProductLow &&
+            bool fast = !(m_anySpecial && s.hugeCount[k] > 0) && product >= kProductLow &&
                         product <= kProductHigh;
             double c = 0.0;
             if (fast) {
-                const double den = std::sqrt(product);
-                c = st[x] * stScale / den;
-                const double dc =
-                    errST / den + std::fabs(c) * (16.0 * kEps + ssFloor / ssf) + 8.0 * kEps;
+                // One division per position; the rounding of the reciprocal is within the
+                // relative slack of the bound.
+                const double inv = 1.0 / std::sqrt(product);
+                c = st[x] * stScale * inv;
+                const double dc = errST * inv +
+                                  std::fabs(c) * (16.0 * kEps + ssFloor * m_a2 * inv * inv) +
+                                  8.0 * kEps;
                 if (!arcCos) {
                     fast = dc <= kTolerance;
                 } else {

@@ -6,16 +6,20 @@
 #include <QRect>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
-#include <semaphore>
+#include <mutex>
 #include <vector>
 
 class TDDataWL;
 
 // What one pattern-matching run reads, fixed when the run starts: its own copy of the source
 // pixels, the template and its energy, and the cosines, computed tile by tile on first demand
-// and then shared read-only. Any thread may ask for rows; the first threads to need a band of
-// rows compute its tiles between them and the others wait for it.
+// and then shared read-only. Any thread may ask for rows. Tiles are taken in order, band by
+// band, by whichever threads ask, at most one per core at a time: a thread that needs a band
+// computes its tiles (or later ones, once all of its own are taken) and otherwise waits, and a
+// thread whose band is ready takes one later tile first when a core is free, so that the
+// cores stay busy ahead of the rows being asked for.
 //
 // A cosine is ST / sqrt(SS * a2) over the valid pixels of the window. ST comes from a
 // cross-correlation by FFT of the masked image with the template and SS from compensated running
@@ -68,22 +72,25 @@ public:
 private:
     struct Band
     {
-        std::atomic<int> next{0};
         std::atomic<int> done{0};
     };
     struct Fft;
+    struct Scratch;
 
     void buildTemplate(const TDDataWL &source);
     void planTiles(Method method);
     void ensureBand(int band);
-    void computeTile(int band, int tile);
+    // Takes and computes the next tile when a core is free (or, with wait, once one is);
+    // false when no tile was left or, without wait, no core was free.
+    bool computeNextTile(bool wait);
+    void computeTile(int band, int tile, Scratch &s);
 
     int m_width = 0;
     int m_height = 0;
     int m_thresholdMode = 1;
     PixelBuffer<double> m_values; // invalid pixels hold 0
-    PixelBuffer<quint8> m_valid;
-    bool m_anySpecial = false; // valid pixels that are not finite or too large for the FFT
+    PixelBuffer<quint8> m_valid;  // only for a template of infinite energy
+    bool m_anySpecial = false;    // valid pixels that are not finite or too large for the FFT
 
     int m_kw = 0, m_kh = 0; // effective template size
     PixelBuffer<double> m_template;
@@ -98,7 +105,12 @@ private:
     double m_t1 = 0.0, m_t2 = 0.0; // norms of the scaled template
     std::unique_ptr<Fft> m_fft;
     std::unique_ptr<Band[]> m_bands;
-    PixelBuffer<double> m_cos; // the rectangle's cosines, row by row
-    std::unique_ptr<std::counting_semaphore<>> m_slots;
+    std::atomic<int> m_nextTile{0}; // tiles numbered band by band
+    PixelBuffer<double> m_cos;      // the rectangle's cosines, row by row
+    // Working buffers of the tiles being computed, one set per core, reused from tile to tile.
+    std::mutex m_scratchLock;
+    std::condition_variable m_scratchFreed;
+    std::vector<std::unique_ptr<Scratch>> m_scratch;
+    std::vector<Scratch *> m_freeScratch;
     std::atomic<bool> m_cancelled{false};
 };

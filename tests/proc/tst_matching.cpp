@@ -212,6 +212,9 @@ void TestMatching::fastPathMatchesDirectSum_data()
                                           << QRect(-20, 50, 500, 500) << 0.2 << 0 << 1 << true;
     QTest::newRow("region is the image")
         << 60 << 40 << QRect(0, 0, 60, 40) << QRect(0, 0, 60, 40) << 0.3 << 2 << 1 << true;
+    // Wider and taller than one FFT tile: tiles at the edges after whole ones, several bands.
+    QTest::newRow("many tiles") << 1000 << 800 << QRect(300, 200, 9, 7) << QRect(0, 0, 1000, 800)
+                                << 0.1 << 1 << 2 << true;
     QTest::newRow("one pixel") << 30 << 20 << QRect(3, 4, 1, 1) << QRect(0, 0, 30, 20) << 0.1 << 0
                                << 2 << false;
     QTest::newRow("rectangle outside")
