@@ -268,6 +268,10 @@ class Runner:
                "--stop-on-failure"] + select
         status, out, timed_out = self.run(cmd, limit)
         failed = re.findall(r"^\s*\d+ - (\S+) \(", out, re.M)
+        if timed_out:
+            done = set(re.findall(r"Test\s+#\d+: (\S+) ", out))
+            failed += [t + " (hangs)" for t in re.findall(r"Start\s+\d+: (\S+)", out)
+                       if t not in done]
         if "No tests were found" in out:
             return True, [], False
         return status == 0 and not timed_out, failed, timed_out
