@@ -371,6 +371,7 @@ def main():
     runner = Runner(build, args.jobs, build / "faults.log")
     # Ctrl-C and kill both end up in the finally blocks that put the files back.
     signal.signal(signal.SIGTERM, interrupted)
+    signal.signal(signal.SIGINT, interrupted)
 
     dirty = sorted({p for _, (p, _, _, _) in chosen if not git_clean(p)})
     if dirty:
@@ -386,6 +387,7 @@ def main():
 
     rows = []
     begin = time.time()
+    stopped = False
     try:
         for i, (path, old, new, label) in chosen:
             row = {"index": i, "folder": folder_of(path), "file": path, "label": label,
@@ -413,6 +415,7 @@ def main():
                   flush=True)
             write_results(args.out, rows, summarize(rows, time.time() - begin))
     except KeyboardInterrupt:
+        stopped = True
         print("interrupted; files restored", file=sys.stderr)
     finally:
         bad = sorted({p for _, (p, _, _, _) in chosen if not git_clean(p)})
@@ -422,7 +425,7 @@ def main():
     print(table(rows))
     print(summary)
     write_results(args.out, rows, summary)
-    return 1 if bad else 0
+    return 1 if bad else 130 if stopped else 0
 
 
 if __name__ == "__main__":
