@@ -164,7 +164,7 @@ using V8 = double __attribute__((vector_size(64)));
 using M8 = std::uint64_t __attribute__((vector_size(64)));
 constexpr int kLanes = 8;
 
-#if defined(__GNUC__) && !defined(__clang__)
+#if defined(__GNUC__)
 // The helpers are always inlined, so the argument-passing ABI of wide vectors never applies.
 #pragma GCC diagnostic ignored "-Wpsabi"
 #endif
@@ -268,11 +268,14 @@ struct Extremes8
 
     ZM_LANES void fold(const V8 &x)
     {
-        minW0 = select8(x < minW0, x, minW0);
-        maxW0 = select8(x > maxW0, x, maxW0);
-        const M8 nonZero = x != V8{};
-        minWO0 = select8(nonZero & (x < minWO0), x, minWO0);
-        maxWO0 = select8(nonZero & (x > maxWO0), x, maxWO0);
+        minW0 = x < minW0 ? x : minW0;
+        maxW0 = x > maxW0 ? x : maxW0;
+        // Zeros become the start values, which no extreme ever gets back past.
+        const M8 zero = x == V8{};
+        const V8 forMin = select8(zero, V8{} + TDData0::kInitialMin, x);
+        const V8 forMax = select8(zero, V8{} + TDData0::kInitialMax, x);
+        minWO0 = forMin < minWO0 ? forMin : minWO0;
+        maxWO0 = forMax > maxWO0 ? forMax : maxWO0;
     }
     ZM_LANES void into(Extremes &e) const
     {
@@ -365,6 +368,8 @@ ZM_LANES void rowMeans(const double *v, const quint8 *f, int w, int r, BandScrat
 struct ColumnStep
 {
     const double *add = nullptr;
+    // The next source row, fetched into the cache while this one is summed.
+    const double *ahead = nullptr;
     const quint8 *fa = nullptr;
     double *o = nullptr;
     const quint8 *fo = nullptr;
@@ -381,6 +386,7 @@ ZM_LANES void columnStep(const ColumnStep &st, int w, double *S, double *C, Extr
         V8 s = load8(S + x);
         V8 c = load8(C + x);
         if constexpr (Add) {
+            __builtin_prefetch(st.ahead + x);
             s += load8(st.add + x);
             c += maskCount8(flagMask8(st.fa + x));
         }
@@ -504,6 +510,7 @@ ZM_CLONES Extremes smoothRun(const SmoothJob &job, bool up, RowClaims &claims)
             rowMeans(v + i * stride, f + i * stride, w, job.rx, t, m);
             st.add = m;
             st.fa = f + i * stride;
+            st.ahead = i + 1 < h ? v + (i + 1) * stride : v + i * stride;
         }
         if (write) {
             st.o = out + j * stride;
