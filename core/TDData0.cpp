@@ -158,7 +158,7 @@ void TDData0::addShape(Shape *shape)
 
 namespace {
 
-// Vectors of eight lanes in the compilers' generic vector extensions: each clone of the band
+// Vectors of eight lanes in the compilers' generic vector extensions: each clone of the worker
 // function below maps them onto the widest registers its instruction set has.
 using V8 = double __attribute__((vector_size(64)));
 using M8 = std::uint64_t __attribute__((vector_size(64)));
@@ -166,6 +166,7 @@ constexpr int kLanes = 8;
 
 #if defined(__GNUC__)
 // The helpers are always inlined, so the argument-passing ABI of wide vectors never applies.
+#pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpsabi"
 #endif
 
@@ -550,6 +551,12 @@ ZM_CLONES Extremes smoothRun(const SmoothJob &job, bool up, RowClaims &claims)
     e8.into(e);
     return e;
 }
+
+#undef ZM_LANES
+#undef ZM_CLONES
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
 
 } // namespace
 
