@@ -166,7 +166,7 @@ constexpr int kLanes = 8;
 
 #if defined(__GNUC__)
 // The helpers are always inlined, so the argument-passing ABI of wide vectors never applies.
-#pragma GCC diagnostic push
+// Not popped: the compiler reports it at the end of the file.
 #pragma GCC diagnostic ignored "-Wpsabi"
 #endif
 
@@ -554,9 +554,6 @@ ZM_CLONES Extremes smoothRun(const SmoothJob &job, bool up, RowClaims &claims)
 
 #undef ZM_LANES
 #undef ZM_CLONES
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 } // namespace
 
