@@ -52,8 +52,21 @@ public:
     {
         if (n < 0) n = 0;
         if (n == m_size) return;
-        T *fresh = allocateZeroed(n);
+        T *fresh = allocate(n, true);
         if (m_data && fresh) std::memcpy(fresh, m_data, sizeof(T) * size_t(qMin(n, m_size)));
+        std::free(m_data);
+        m_data = fresh;
+        m_size = n;
+    }
+
+    // Drops the contents and leaves n elements of indeterminate value: only for callers that
+    // write every element before reading any, where zeroing would be wasted work (and the
+    // pages are first touched by whoever writes them).
+    void resizeUninitialized(qsizetype n)
+    {
+        if (n < 0) n = 0;
+        if (n == m_size) return;
+        T *fresh = allocate(n, false);
         std::free(m_data);
         m_data = fresh;
         m_size = n;
@@ -68,7 +81,7 @@ public:
 private:
     static constexpr size_t kHugePage = size_t(2) << 20;
 
-    static T *allocateZeroed(qsizetype n)
+    static T *allocate(qsizetype n, bool zeroed)
     {
         if (n <= 0) return nullptr;
         const size_t bytes = sizeof(T) * size_t(n);
@@ -79,9 +92,9 @@ private:
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
             if (p) madvise(p, rounded, MADV_HUGEPAGE);
 #endif
-            if (p) std::memset(p, 0, bytes);
+            if (p && zeroed) std::memset(p, 0, bytes);
         } else {
-            p = std::calloc(size_t(n), sizeof(T));
+            p = zeroed ? std::calloc(size_t(n), sizeof(T)) : std::malloc(bytes);
         }
         if (!p) throw std::bad_alloc();
         return static_cast<T *>(p);

@@ -4,6 +4,11 @@
 
 TDData::TDData(int width, int height, QObject *parent) : TDData0(width, height, parent) {}
 
+TDData::TDData(int width, int height, Unset unset, QObject *parent)
+    : TDData0(width, height, unset, parent)
+{
+}
+
 TDData::~TDData()
 {
     // The picture refers to the pixel buffer: it goes first.

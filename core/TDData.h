@@ -15,6 +15,7 @@ class TDData : public TDData0
 
 public:
     explicit TDData(int width, int height, QObject *parent = nullptr);
+    TDData(int width, int height, Unset unset, QObject *parent = nullptr);
     ~TDData() override;
 
     TDData *copy() const;

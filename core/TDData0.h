@@ -22,11 +22,20 @@ class TDData0 : public QObject
 {
     Q_OBJECT
 
+protected:
+    // Tag of the constructors that leave values and flags unset, for code that writes every one
+    // of them: a large result is otherwise zeroed only to be overwritten.
+    struct Unset
+    {
+    };
+
 public:
     static constexpr double kInitialMin = 1e300;
     static constexpr double kInitialMax = -1e300;
 
     explicit TDData0(int width, int height, QObject *parent = nullptr);
+    // Statistics as if every pixel held 0.0, like the constructor above.
+    TDData0(int width, int height, Unset, QObject *parent = nullptr);
     ~TDData0() override;
 
     int width() const { return m_width; }
@@ -131,7 +140,7 @@ private:
 
 template <typename Record> Record *TDData0::smoothedInto(int hx, int hy) const
 {
-    auto out = std::make_unique<Record>(m_width, m_height);
+    auto out = std::make_unique<Record>(m_width, m_height, Unset{});
     if (hx < 1 && hy < 1)
         fillCopy(out.get());
     else

@@ -2,6 +2,11 @@
 
 TDDataWL::TDDataWL(int width, int height, QObject *parent) : TDData(width, height, parent) {}
 
+TDDataWL::TDDataWL(int width, int height, Unset unset, QObject *parent)
+    : TDData(width, height, unset, parent)
+{
+}
+
 TDDataWL *TDDataWL::copy() const
 {
     auto *fresh = new TDDataWL(width(), height());

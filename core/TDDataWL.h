@@ -10,6 +10,7 @@ class TDDataWL : public TDData
 
 public:
     explicit TDDataWL(int width, int height, QObject *parent = nullptr);
+    TDDataWL(int width, int height, Unset unset, QObject *parent = nullptr);
 
     int level() const { return m_level; }
     void setLevel(int level) { m_level = level; }
