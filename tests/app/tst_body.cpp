@@ -3,6 +3,7 @@
 // pixels, where windows open, typed formulas and empty results.
 #include "../io/ImageTestFiles.h"
 #include "../support/RecordFixtures.h"
+#include "../support/WidgetFixtures.h"
 
 #include "app/Body.h"
 #include "app/ConfigStore.h"
@@ -17,38 +18,24 @@
 #include "display/DispA.h"
 #include "display/ImgDisp.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QListView>
-#include <QMouseEvent>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QSignalSpy>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QTranslator>
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 
 using namespace RecordFixtures;
+using fx::child;
+using fx::click;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-template <typename T> T *child(QObject *w, const char *name)
-{
-    T *found = w->findChild<T *>(QString::fromLatin1(name));
-    if (!found) qFatal("no widget %s", name);
-    return found;
-}
 
 // Screen pixels per image pixel along x and y, and the canvas position of the image centre.
 QList<double> mapping(const ImgDisp &d)
@@ -91,7 +78,6 @@ private Q_SLOTS:
     void windowSizesAndCommandLineFiles();
     void configurationPrecedence();
     void translationChangesTexts();
-    void barIsASmoothRampAfterResize_data();
     void barIsASmoothRampAfterResize();
     void imageKeys_data();
     void imageKeys();
@@ -151,14 +137,14 @@ void TestBody::loadSelectSaveDelete()
 
     // S1 on the second entry, A on the first and third, by clicks. Moving S1 from the
     // third to the second switches two buttons, and each switch reports.
-    QTest::mouseClick(child<QRadioButton>(list->at(2), "SingleSel1"), Qt::LeftButton);
+    click(list->at(2), "SingleSel1");
     sels.clear();
-    QTest::mouseClick(child<QRadioButton>(list->at(1), "SingleSel1"), Qt::LeftButton);
+    click(list->at(1), "SingleSel1");
     QCOMPARE(sels.count(), 2);
     for (const QList<QVariant> &record : std::as_const(sels))
         QCOMPARE(record.at(0).toInt(), 1);
-    QTest::mouseClick(child<QCheckBox>(list->at(0), "MultiSelA"), Qt::LeftButton);
-    QTest::mouseClick(child<QCheckBox>(list->at(2), "MultiSelA"), Qt::LeftButton);
+    click(list->at(0), "MultiSelA");
+    click(list->at(2), "MultiSelA");
     QList<QVariant> last = sels.takeLast();
     QCOMPARE(last.at(0).toInt(), 1);
     QCOMPARE(last.at(1).toInt(), -1);
@@ -173,7 +159,7 @@ void TestBody::loadSelectSaveDelete()
     QCOMPARE(back.value(0), 77.0);
 
     // Selected(A) saves each A record beside the chosen name, named by its data id.
-    QTest::mouseClick(child<QRadioButton>(&body, "SaveSelected"), Qt::LeftButton);
+    click(&body, "SaveSelected");
     QDir out(m_dir.filePath(u"out"_s));
     QVERIFY(out.mkpath(u"."_s));
     body.saveFile(out.filePath(u"ignored.zmp"_s));
@@ -185,12 +171,13 @@ void TestBody::loadSelectSaveDelete()
 
     // Deleting the first entry renews the indices: S1 moves from 1 to 0.
     QPointer<DataCtrl> gone(list->at(0));
-    QTest::mouseClick(child<QPushButton>(list->at(0), "Del"), Qt::LeftButton);
+    click(list->at(0), "Del");
     QCOMPARE(list->count(), 2);
     last = sels.takeLast();
     QCOMPARE(last.at(0).toInt(), 0);
     QCOMPARE(last.at(2).value<QList<bool>>(), QList<bool>({false, true}));
-    QCOMPARE(child<QLabel>(list->at(0), "No")->text() + child<QLabel>(list->at(1), "No")->text(),
+    QCOMPARE(child<QLabel>(list->at(0), u"No"_s)->text() +
+                 child<QLabel>(list->at(1), u"No"_s)->text(),
              u"01"_s);
     QCOMPARE(body.imgBase()->tabWidget()->count(), 2);
     QTRY_VERIFY(gone.isNull());
@@ -226,7 +213,7 @@ void TestBody::fileDialogs()
     QCOMPARE(body.saveDialog()->acceptMode(), QFileDialog::AcceptSave);
 
     // Load: the default filter shows a camera image, which is then picked by its name.
-    QTest::mouseClick(child<QPushButton>(&body, "Load"), Qt::LeftButton);
+    click(&body, "Load");
     QVERIFY(open->isVisible());
     open->setDirectory(m_dir.path());
     auto *view = open->findChild<QListView *>(u"listView"_s);
@@ -238,23 +225,23 @@ void TestBody::fileDialogs()
     };
     QTRY_VERIFY(shown().contains(u"third.tif"_s));
     QVERIFY(shown().contains(u"first.zmp"_s));
-    QTest::keyClicks(child<QLineEdit>(open, "fileNameEdit"), u"first.zmp"_s);
-    QTest::keyClick(child<QLineEdit>(open, "fileNameEdit"), Qt::Key_Return);
+    fx::setText(open, "fileNameEdit", u"first.zmp"_s);
+    QTest::keyClick(child<QLineEdit>(open, u"fileNameEdit"_s), Qt::Key_Return);
     QTRY_COMPARE(body.dataCtrls()->count(), 1);
 
     // Save S1 under a typed name, with the filter chosen in the dialog's own list.
-    QTest::mouseClick(child<QRadioButton>(body.dataCtrls()->at(0), "SingleSel1"), Qt::LeftButton);
-    QTest::mouseClick(child<QPushButton>(&body, "Save"), Qt::LeftButton);
+    click(body.dataCtrls()->at(0), "SingleSel1");
+    click(&body, "Save");
     _FileDialog *save = body.saveDialog();
     QVERIFY(save->isVisible());
     QTemporaryDir out;
     save->setDirectory(out.path());
-    auto *kinds = child<QComboBox>(save, "fileTypeCombo");
+    auto *kinds = child<QComboBox>(save, u"fileTypeCombo"_s);
     for (int i = 0; i < filter; ++i)
         QTest::keyClick(kinds, Qt::Key_Down);
     QCOMPARE(kinds->currentIndex(), filter);
-    QTest::keyClicks(child<QLineEdit>(save, "fileNameEdit"), typed);
-    QTest::keyClick(child<QLineEdit>(save, "fileNameEdit"), Qt::Key_Return);
+    fx::setText(save, "fileNameEdit", typed);
+    QTest::keyClick(child<QLineEdit>(save, u"fileNameEdit"_s), Qt::Key_Return);
     const QString path = QDir(out.path()).filePath(written);
     QTRY_VERIFY2(QFile::exists(path), qPrintable(QDir(out.path()).entryList().join(' ')));
     QCOMPARE(QDir(out.path()).entryList(QDir::Files).size(), 1);
@@ -276,16 +263,13 @@ void TestBody::pointedPixelReachesEveryEntry()
     QVERIFY(b->isFocused() && !a->isFocused());
 
     // Out of the tabs, each display is a window of its own; pointing into one focuses it.
-    QTest::mouseClick(child<QCheckBox>(&body, "InTab"), Qt::LeftButton);
+    click(&body, "InTab");
     QCOMPARE(body.imgBase()->tabWidget()->count(), 0);
     QVERIFY(a->display()->isWindow());
     DispA *canvas = a->display()->canvas();
     QTRY_VERIFY(canvas->isVisible());
     QSignalSpy focused(a, &DataCtrl::focused);
-    const QPoint centre = canvas->rect().center();
-    QMouseEvent move(QEvent::MouseMove, centre, canvas->mapToGlobal(centre), Qt::NoButton,
-                     Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(canvas, &move);
+    fx::move(canvas, canvas->rect().center(), Qt::NoModifier);
     QVERIFY(a->noticedPosition().x() >= 0);
     QCOMPARE(b->noticedPosition(), a->noticedPosition());
     QCOMPARE(focused.count(), 1);
@@ -352,9 +336,10 @@ void TestBody::translationChangesTexts()
         QCOMPARE(Startup::prepare(store, translator, m_dir.path()).english, english);
         QCOMPARE(translator.isEmpty(), english);
         Body body;
-        QCOMPARE(child<QPushButton>(&body, "Load")->text(), english ? u"Load"_s : u"読込"_s);
+        QCOMPARE(child<QAbstractButton>(&body, u"Load"_s)->text(), english ? u"Load"_s : u"読込"_s);
         QCOMPARE(body.windowTitle(), u"Zelmap"_s);
-        if (english) QCOMPARE(child<QRadioButton>(&body, "SaveSingle")->text(), u"Single(S1)"_s);
+        if (english)
+            QCOMPARE(child<QAbstractButton>(&body, u"SaveSingle"_s)->text(), u"Single(S1)"_s);
         QCoreApplication::removeTranslator(&translator);
     }
     // Every text the translation lists has its Japanese form.
@@ -374,25 +359,19 @@ std::unique_ptr<ImgDisp> TestBody::shownDisplay(QSize size, QSize image)
     return disp;
 }
 
-void TestBody::barIsASmoothRampAfterResize_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("taller") << QSize(400, 560);
-    QTest::newRow("shorter") << QSize(400, 330);
-}
-
 void TestBody::barIsASmoothRampAfterResize()
 {
-    QFETCH(QSize, size);
     auto disp = shownDisplay(QSize(300, 240), QSize(10, 10));
-    disp->resize(size);
     ColorBar *bar = disp->colorBar();
-    QTRY_VERIFY(bar->height() > size.height() / 2);
-    const int h = bar->height();
-    const QImage shot = bar->grab().toImage();
-    // Between the labels, every screen row shows the ramp at its own height: no bands.
-    for (int y = 110; y < h - 110; ++y)
-        QCOMPARE(shot.pixelColor(bar->width() / 2, y), bar->colorOfH(h - 1 - y));
+    for (const QSize size : {QSize(400, 560), QSize(400, 330)}) {
+        disp->resize(size);
+        QTRY_VERIFY(bar->height() > size.height() / 2 && bar->height() < size.height());
+        const int h = bar->height();
+        const QImage shot = bar->grab().toImage();
+        // Between the labels, every screen row shows the ramp at its own height: no bands.
+        for (int y = 110; y < h - 110; ++y)
+            QCOMPARE(shot.pixelColor(bar->width() / 2, y), bar->colorOfH(h - 1 - y));
+    }
 }
 
 void TestBody::imageKeys_data()
@@ -458,7 +437,7 @@ void TestBody::squarePixels()
     if (!config.isNull())
         ConfigStore::instance().setValue(u"SquarePixels"_s, QString::fromLatin1(config));
     auto disp = shownDisplay(QSize(420, 380), image);
-    auto *box = child<QCheckBox>(disp.get(), "SquarePixels");
+    auto *box = child<QCheckBox>(disp.get(), u"SquarePixels"_s);
     QCOMPARE(box->isChecked(), on);
     DispA *canvas = disp->canvas();
     const auto fitsCentred = [&] {
@@ -554,7 +533,7 @@ void TestBody::windowsOpenBesideTheirParent()
     QVERIFY(!entry->display()->frameGeometry().intersects(b));
 
     // The statistics open beside the main window.
-    QTest::mouseClick(child<QPushButton>(entry, "Stat"), Qt::LeftButton);
+    click(entry, "Stat");
     const QList<QLabel *> labels = entry->findChildren<QLabel *>();
     const auto stat =
         std::find_if(labels.begin(), labels.end(), [](QLabel *l) { return l->isWindow(); });
@@ -568,9 +547,9 @@ void TestBody::typedFormulaSurvivesNewEntryAndEmptyResultIsReported()
     body.show();
     body.loadFilesSelected(m_files.mid(0, 2));
     QTRY_COMPARE(body.dataCtrls()->count(), 2);
-    QTest::mouseClick(child<QPushButton>(&body, "Calc"), Qt::LeftButton);
-    auto *num = child<QLineEdit>(&body, "Numerators");
-    auto *den = child<QLineEdit>(&body, "Denominators");
+    click(&body, "Calc");
+    auto *num = child<QLineEdit>(&body, u"Numerators"_s);
+    auto *den = child<QLineEdit>(&body, u"Denominators"_s);
     QTest::keyClicks(num, u"I[0]"_s);
     QTest::keyClicks(den, u"2*I[1]"_s);
 
@@ -580,13 +559,13 @@ void TestBody::typedFormulaSurvivesNewEntryAndEmptyResultIsReported()
     QCOMPARE(num->text(), u"I[0]"_s);
     QCOMPARE(den->text(), u"2*I[1]"_s);
     // ... and is known to the panel as soon as it is ticked or named.
-    QTest::mouseClick(child<QCheckBox>(body.dataCtrls()->at(2), "MultiSelB"), Qt::LeftButton);
+    click(body.dataCtrls()->at(2), "MultiSelB");
     QCOMPARE(den->text(), u"I[2]"_s);
 
     // Every pixel invalid (the logarithm of negative values): said, and still added.
     num->clear();
     QTest::keyClicks(num, u"-I[2]"_s);
-    QTest::mouseClick(child<QPushButton>(&body, "Gen"), Qt::LeftButton);
+    click(&body, "Gen");
     QCOMPARE(body.dataCtrls()->count(), 4);
     QCOMPARE(body.dataCtrls()->record(3)->validCount(), 0);
     QCOMPARE(body.statusBar()->currentMessage(),
