@@ -428,17 +428,10 @@ void TestImgReaders::badInputKeepsState()
     QByteArray longComment = hpk;
     qToLittleEndian<quint16>(60000, longComment.data() + 2);
 
-    // A TIFF whose only directory has size tags but no strips.
-    QByteArray noData("II*\0\x08\0\0\0\x04\0", 10);
-    for (const auto &[tag, value] : {std::pair{256, 64}, {257, 64}, {258, 16}, {262, 1}}) {
-        char e[12];
-        qToLittleEndian<quint16>(tag, e);
-        qToLittleEndian<quint16>(3, e + 2);
-        qToLittleEndian<quint32>(1, e + 4);
-        qToLittleEndian<quint32>(value, e + 8);
-        noData.append(e, 12);
-    }
-    noData.append(4, '\0');
+    // A TIFF whose only directory has size tags (64 x 64, 16 bits, grey) but no strips.
+    const QByteArray noData =
+        QByteArray::fromHex("49492a00080000000400000103000100000040000000010103000100000040000000"
+                            "02010300010000001000000006010300010000000100000000000000");
 
     const struct
     {
