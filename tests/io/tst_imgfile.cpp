@@ -187,10 +187,10 @@ void TestImgFile::areaSums()
     QVERIFY(one.allocate(ImgFile::Double, 1, 1, 1024));
     one.setValue(0, 0, 7.0);
     one.correctBadPixels();
-    QCOMPARE(one.value(0, 0), 7.0);
+    const double untouched = one.value(0, 0);
     list.add(0, 0);
     one.correctBadPixels();
-    QCOMPARE(one.value(0, 0), 0.0);
+    QCOMPARE((QList<double>{untouched, one.value(0, 0)}), (QList<double>{7, 0}));
 }
 
 void TestImgFile::previewAndClear()
@@ -207,8 +207,8 @@ void TestImgFile::previewAndClear()
 
     img.setDisplayFormat(QImage::Format_RGB888);
     img.renderPreview();
-    QCOMPARE(img.preview()->format(), QImage::Format_RGB888);
-    QCOMPARE(img.preview()->bytesPerLine(), 12);
+    QVERIFY(img.preview()->format() == QImage::Format_RGB888 &&
+            img.preview()->bytesPerLine() == 12);
     QCOMPARE(img.preview()->pixel(0, 0), qRgb(255, 255, 255));
 
     img.clear();
