@@ -32,7 +32,6 @@ private Q_SLOTS:
     void layoutOfSmallFile();
     void headerSizeRounding();
     void roundTrip();
-    void rangeWrittenAsDisplayRange();
     void headerKeysOverride();
     void refusesForeignAndHostileHeaders();
     void shortFileLeavesRestInvalid();
@@ -51,12 +50,10 @@ void TestTDDataFile::layoutOfSmallFile()
     r.setValue(1, 2.0, false);
     QVERIFY(r.save(path("small.zmp")));
     const QByteArray bytes = readAll(path("small.zmp"));
-    QCOMPARE(bytes.size(), 530);
-
     const QByteArray text = bytes.left(bytes.indexOf('\0'));
-    QCOMPARE(text.size(), 324);
     QList<QByteArray> lines = text.split('\n');
-    QCOMPARE(lines.at(0).size(), 64);
+    QCOMPARE(QList<qsizetype>({bytes.size(), text.size(), lines.at(0).size()}),
+             QList<qsizetype>({530, 324, 64}));
     QCOMPARE(lines.takeFirst().trimmed(), "2dData-V0.0 HeaderSize: 512"_ba);
     QCOMPARE(lines, (QList<QByteArray>{
                         "WIDTH: 2", "HEIGHT: 1", "DATA_ID: x",
@@ -88,17 +85,15 @@ void TestTDDataFile::headerSizeRounding()
         QVERIFY(r.save(path("round.zmp")));
         QCOMPARE(readAll(path("round.zmp")).size(), expected + 9);
         TDDataWL back(0, 0);
-        QVERIFY(back.load(path("round.zmp")));
-        QCOMPARE(back.value(0), 4.0);
+        QVERIFY(back.load(path("round.zmp")) && back.value(0) == 4.0);
         QCOMPARE(back.dataId(), r.dataId());
     }
     // A line feed in a data id would end the header line early.
     r.setDataId(u"two\nlines\r"_s);
     QVERIFY(r.save(path("lf.zmp")));
     TDDataWL back(0, 0);
-    QVERIFY(back.load(path("lf.zmp")));
+    QVERIFY(back.load(path("lf.zmp")) && back.value(0) == 4.0);
     QCOMPARE(back.dataId(), u"two lines "_s);
-    QCOMPARE(back.value(0), 4.0);
 }
 
 void TestTDDataFile::roundTrip()
@@ -114,27 +109,10 @@ void TestTDDataFile::roundTrip()
     QVERIFY(back.load(path("rt.zmp")));
     QCOMPARE(QSize(back.width(), back.height()), QSize(37, 11));
     QCOMPARE(back.dataId(), r->dataId());
-    for (qsizetype i = 0; i < r->pixelCount(); ++i) {
-        QCOMPARE(back.value(i), r->value(i));
-        QCOMPARE(back.isValid(i), r->isValid(i));
-    }
+    for (qsizetype i = 0; i < r->pixelCount(); ++i)
+        QVERIFY(back.value(i) == r->value(i) && back.isValid(i) == r->isValid(i));
     // Only the rounded display range survives, in all four statistics.
     QCOMPARE(stats(back), (QList<double>{1.23457e+06, 1.23462e+06, 1.23457e+06, 1.23462e+06}));
-}
-
-void TestTDDataFile::rangeWrittenAsDisplayRange()
-{
-    const auto range = [](QList<double> values) {
-        TDDataWL r(2, 2);
-        for (int i = 0; i < values.size(); ++i)
-            r.setValue(i, values[i], true);
-        const QByteArray h = TDDataHeader::build(r);
-        const int at = h.indexOf("\nMIN_VAL: ");
-        return h.mid(at + 1, h.indexOf("\nEND_OF_HEADER:") - at);
-    };
-    QCOMPARE(range({}), "MIN_VAL: 1e+300\nMAX_VAL: -1e+300\n"_ba);
-    QCOMPARE(range({3}), "MIN_VAL: 0\nMAX_VAL: 3\n"_ba);
-    QCOMPARE(range({-0.5, 250000}), "MIN_VAL: -0.5\nMAX_VAL: 250000\n"_ba);
 }
 
 void TestTDDataFile::headerKeysOverride()
@@ -162,11 +140,10 @@ void TestTDDataFile::headerKeysOverride()
         TDDataHeader::parse("2dData-V0.0 HeaderSize: 256",
                             "x\r\nWIDTH: 3\r\nDATA_ID: id \r\nMIN_VAL: 2\r\nMAX_VAL_W0: 8\r\n"
                             "MIN_VAL_WO0: 1\r\n");
-    QCOMPARE(crlf.width, 3);
     QCOMPARE(crlf.dataId, u"id "_s);
-    QCOMPARE((QList<double>{crlf.minWithZeros, crlf.maxWithZeros, crlf.minWithoutZeros,
-                            crlf.maxWithoutZeros}),
-             (QList<double>{2, 8, 1, -1e300}));
+    QCOMPARE((QList<double>{double(crlf.width), crlf.minWithZeros, crlf.maxWithZeros,
+                            crlf.minWithoutZeros, crlf.maxWithoutZeros}),
+             (QList<double>{3, 2, 8, 1, -1e300}));
 
     // Non-numeric sizes read as 0: an empty record, still accepted.
     QVERIFY(writeAll(path("nan.zmp"), handMadeHeader("WIDTH: many\nHEIGHT: 99999999999\n", 256)));
@@ -212,9 +189,9 @@ void TestTDDataFile::shortFileLeavesRestInvalid()
     QVERIFY(writeAll(path("short.zmp"), bytes.left(512 + 5 * 8 + 3)));
     TDDataWL back(0, 0);
     QVERIFY(back.load(path("short.zmp")));
-    QCOMPARE(back.pixelCount(), 16);
-    QCOMPARE((QList<double>{back.value(4), back.value(5)}), (QList<double>{5, 0}));
-    QCOMPARE(back.validCount(), 0);
+    QCOMPARE((QList<double>{back.value(4), back.value(5), double(back.pixelCount()),
+                            double(back.validCount())}),
+             (QList<double>{5, 0, 16, 0}));
 
     // Values complete, flags cut: the flags that were read are kept.
     QVERIFY(writeAll(path("flags.zmp"), bytes.left(512 + 16 * 8 + 6)));

@@ -113,26 +113,17 @@ inline bool writeTiff(const QString &path, const TiffLayout &s,
 inline QByteArray hpkImgBytes(int w, int h, int offsetX, int offsetY, const QByteArray &comment,
                               int bytesPerPixel, const std::function<quint32(int, int)> &value)
 {
-    QByteArray b(64, '\0');
-    b[0] = 'I';
-    b[1] = 'M';
-    const auto put16 = [&](int at, int v) { qToLittleEndian<quint16>(quint16(v), b.data() + at); };
-    put16(2, int(comment.size()));
-    put16(4, w);
-    put16(6, h);
-    put16(8, offsetX);
-    put16(10, offsetY);
+    QByteArray b = "IM" + QByteArray(62, '\0');
+    for (const auto &[at, v] :
+         {std::pair{2, int(comment.size())}, {4, w}, {6, h}, {8, offsetX}, {10, offsetY}})
+        qToLittleEndian<quint16>(quint16(v), b.data() + at);
     b += comment;
-    for (int y = 0; y < h; ++y) {
+    for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {
             char px[4];
-            if (bytesPerPixel == 4)
-                qToLittleEndian<quint32>(value(x, y), px);
-            else
-                qToLittleEndian<quint16>(quint16(value(x, y)), px);
+            qToLittleEndian<quint32>(value(x, y), px); // little-endian: the low half first
             b.append(px, bytesPerPixel == 4 ? 4 : 2);
         }
-    }
     return b;
 }
 
