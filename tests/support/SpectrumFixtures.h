@@ -1,10 +1,12 @@
 // Small spectra with known shapes for the XAFS tests.
 #pragma once
 
+#include "xafs/LuSolver.h"
 #include "xafs/Spectrum.h"
 #include "xafs/XafsConstants.h"
 
 #include <cmath>
+#include <vector>
 
 inline bool near(double a, double b, double tolerance)
 {
@@ -35,4 +37,20 @@ inline Spectrum arctanEdge(double centre, double width, double jump, double from
         s.append(e,
                  0.2 + 1e-4 * (e - from) + jump * (0.5 + std::atan((e - centre) / width) / M_PI));
     return s;
+}
+
+// Solves the row-major n x n system m x = b; empty when the solver refuses it.
+inline std::vector<double> solve(int n, const std::vector<double> &m, const std::vector<double> &b)
+{
+    LuSolver lu(n);
+    for (int r = 0; r < n; ++r) {
+        for (int c = 0; c < n; ++c)
+            lu.setMatrix(r, c, m[size_t(r * n + c)]);
+        lu.setRhs(r, b[size_t(r)]);
+    }
+    std::vector<double> x;
+    if (lu.run().ok())
+        for (int k = 0; k < n; ++k)
+            x.push_back(lu.solution(k));
+    return x;
 }

@@ -119,258 +119,249 @@ class TestLcfEngine : public QObject
     Q_OBJECT
 
 private slots:
-    void fitKindsAgainstBruteForce_data();
-    void fitKindsAgainstBruteForce();
-    void shiftAndFreshNormalisation();
-    void recoversSyntheticStack();
-    void refusals_data();
-    void refusals();
-    void commandLineRoundTrip();
-};
-
-void TestLcfEngine::fitKindsAgainstBruteForce_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("references");
-    QTest::addColumn<bool>("offset");
-    for (const auto &[name, kind] :
-         {std::pair{"nonneg", Kind::NonNegative}, std::pair{"free", Kind::Free},
-          std::pair{"sum1", Kind::SumToOne}})
-        for (int r : {1, 3, 4})
-            for (bool offset : {false, true})
-                QTest::addRow("%s R=%d%s", name, r, offset ? " +c" : "")
-                    << int(kind) << r << offset;
-}
-
-void TestLcfEngine::fitKindsAgainstBruteForce()
-{
-    QFETCH(int, kind);
-    QFETCH(int, references);
-    QFETCH(bool, offset);
-    QList<double> energies;
-    for (int e = 0; e < 9; ++e)
-        energies << 7100.0 + 6.0 * e;
-    QList<LcfModel::Reference> refs;
-    for (int j = 0; j < references; ++j)
-        refs << edgeCurve(QString::number(j), 7105.0 + 9.0 * j, 0.3 * j);
-    LcfModel model;
-    QString error;
-    QVERIFY2(model.build(energies, refs, Kind(kind), offset, &error), qPrintable(error));
-    // Random pixels, many of them outside the feasible cone, so the active set is exercised.
-    std::mt19937 gen(kind * 100 + references * 10 + offset);
-    std::uniform_real_distribution<double> u(-1.0, 2.0);
-    for (int trial = 0; trial < 60; ++trial) {
-        std::vector<double> mu(size_t(energies.size()));
-        for (double &m : mu)
-            m = u(gen);
-        const LcfModel::PixelFit fit = model.fitPixel(mu.data());
-        const std::vector<double> expected = bruteForce(model, mu);
-        QVERIFY(fit.valid);
-        for (int j = 0; j < references; ++j)
-            QVERIFY2(std::fabs(fit.weights[size_t(j)] - expected[size_t(j)]) < 1e-8,
-                     qPrintable(QStringLiteral("trial %1 w%2: %3 vs %4")
-                                    .arg(trial)
-                                    .arg(j)
-                                    .arg(fit.weights[size_t(j)])
-                                    .arg(expected[size_t(j)])));
-        if (offset) QVERIFY(std::fabs(fit.offset - expected[size_t(references)]) < 1e-8);
-        double res = 0.0, norm = 0.0;
-        for (size_t e = 0; e < mu.size(); ++e)
-            res += std::pow(mu[e] - fit.fitted[e], 2), norm += mu[e] * mu[e];
-        QVERIFY(std::fabs(fit.residual - res / norm) < 1e-10);
+    void fitKindsAgainstBruteForce_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("references");
+        QTest::addColumn<bool>("offset");
+        for (const auto &[name, kind] :
+             {std::pair{"nonneg", Kind::NonNegative}, std::pair{"free", Kind::Free},
+              std::pair{"sum1", Kind::SumToOne}})
+            for (int r : {1, 3, 4})
+                for (bool offset : {false, true})
+                    QTest::addRow("%s R=%d%s", name, r, offset ? " +c" : "")
+                        << int(kind) << r << offset;
     }
-}
 
-void TestLcfEngine::shiftAndFreshNormalisation()
-{
-    // dE = +1.5 moves the reference up: image energy E reads the curve at E - 1.5.
-    LcfModel model;
-    QString error;
-    const LcfModel::Reference line{"line", [](double e) { return e; }, 1.5, 0.0};
-    QVERIFY(model.build({10.0, 20.0, 30.0}, {line}, Kind::Free, false, &error));
-    QCOMPARE(model.design(1, 0), 18.5);
-    QCOMPARE(model.referenceAt(0, 40.0), 38.5);
-
-    // The spectrum's own x shift and an earlier Victreen normalisation leave no trace.
-    Spectrum points;
-    for (double e = 8900.0; e <= 9100.0; e += 1.0)
-        points.append(e, 0.1 + std::atan((e - 8980.0) / 3.0) / M_PI);
-    const XafsSpectrum fresh(points, "a", 1, 0.0, {});
-    XafsSpectrum used(points, "a", 0, 0.0, {});
-    used.setXOffset(true, 7.0);
-    used.normalize(1);
-    const LcfModel::Reference ref = LcfModel::fromSpectrum(used, 1, 0.0);
-    for (double e : {8950.0, 8979.5, 8990.0, 9050.0, 9150.0})
-        QCOMPARE(ref.curve(e), fresh.doubleNormalizedPreBase(e));
-    QCOMPARE(ref.e0, fresh.e0());
-}
-
-void TestLcfEngine::recoversSyntheticStack()
-{
-    // 130 x 130 pixels: more than one chunk of work, so two threads share it.
-    const int w = 130, h = 130, k = 14;
-    const double noise = 1e-3;
-    QList<double> energies;
-    for (int e = 0; e < k; ++e)
-        energies << 7090.0 + 5.0 * e;
-    const LcfModel::Reference a = edgeCurve("metal", 7112.0, 0.1);
-    const LcfModel::Reference b = edgeCurve("oxide", 7124.0, 0.6, 2.0);
-    std::vector<std::unique_ptr<TDDataWL>> stack;
-    for (int e = 0; e < k; ++e)
-        stack.push_back(image(w, h));
-    std::mt19937 gen(7);
-    std::normal_distribution<double> gaussian(0.0, noise);
-    std::vector<double> wa(size_t(w) * h), wb(wa.size()), c(wa.size());
-    for (size_t p = 0; p < wa.size(); ++p) {
-        wa[p] = 0.5 + 0.5 * double(p % 97) / 96.0;
-        wb[p] = double(p % 89) / 88.0;
-        c[p] = 0.3 * double(p % 13) / 12.0 - 0.1;
-        for (int e = 0; e < k; ++e) {
-            const double E = energies[e];
-            stack[size_t(e)]->values()[p] =
-                wa[p] * a.curve(E) + wb[p] * b.curve(E - 2.0) + c[p] + gaussian(gen);
+    void fitKindsAgainstBruteForce()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, references);
+        QFETCH(bool, offset);
+        QList<double> energies;
+        for (int e = 0; e < 9; ++e)
+            energies << 7100.0 + 6.0 * e;
+        QList<LcfModel::Reference> refs;
+        for (int j = 0; j < references; ++j)
+            refs << edgeCurve(QString::number(j), 7105.0 + 9.0 * j, 0.3 * j);
+        LcfModel model;
+        QString error;
+        QVERIFY2(model.build(energies, refs, Kind(kind), offset, &error), qPrintable(error));
+        // Random pixels, many of them outside the feasible cone, so the active set is exercised.
+        std::mt19937 gen(kind * 100 + references * 10 + offset);
+        std::uniform_real_distribution<double> u(-1.0, 2.0);
+        for (int trial = 0; trial < 60; ++trial) {
+            std::vector<double> mu(size_t(energies.size()));
+            for (double &m : mu)
+                m = u(gen);
+            const LcfModel::PixelFit fit = model.fitPixel(mu.data());
+            const std::vector<double> expected = bruteForce(model, mu);
+            QVERIFY(fit.valid);
+            for (int j = 0; j < references; ++j)
+                QVERIFY2(std::fabs(fit.weights[size_t(j)] - expected[size_t(j)]) < 1e-8,
+                         qPrintable(QStringLiteral("trial %1 w%2").arg(trial).arg(j)));
+            if (offset) QVERIFY(std::fabs(fit.offset - expected[size_t(references)]) < 1e-8);
+            double res = 0.0, norm = 0.0;
+            for (size_t e = 0; e < mu.size(); ++e)
+                res += std::pow(mu[e] - fit.fitted[e], 2), norm += mu[e] * mu[e];
+            QVERIFY(std::fabs(fit.residual - res / norm) < 1e-10);
         }
     }
-    stack[3]->validFlags()[17] = 0;
-    stack[5]->values()[18] = NAN;
-    stack[k - 1]->values()[19] = INFINITY;
 
-    LcfModel model;
-    QString error;
-    QVERIFY(model.build(energies, {a, b}, Kind::NonNegative, true, &error));
-    qsizetype lastDone = 0;
-    LcfEngine::Options options;
-    options.progress = [&](qsizetype done, qsizetype) { lastDone = done; };
-    options.threads = 2;
-    LcfEngine::Result result = LcfEngine::run(model, pointers(stack), options, &error);
-    QVERIFY2(result.ok(), qPrintable(error));
-    QCOMPARE(lastDone, qsizetype(w) * h);
-    QCOMPARE(result.validPixels, qsizetype(w) * h - 3);
-    QCOMPARE(result.weights[1]->dataId(), "LCF[oxide] w");
-    QCOMPARE(result.fractions[0]->dataId(), "LCF[metal] f");
-    QCOMPARE(result.total->level(), 1);
-
-    double worst = 0.0;
-    for (size_t p = 0; p < wa.size(); ++p) {
-        const bool bad = p >= 17 && p <= 19;
-        for (const auto *r : {result.weights[0].get(), result.fractions[1].get(),
-                              result.total.get(), result.residual.get(), result.offset.get()})
-            QCOMPARE(r->isValid(qsizetype(p)), !bad);
-        if (bad) continue;
-        worst = std::max({worst, std::fabs(result.weights[0]->value(qsizetype(p)) - wa[p]),
-                          std::fabs(result.weights[1]->value(qsizetype(p)) - wb[p]),
-                          std::fabs(result.offset->value(qsizetype(p)) - c[p])});
-        QCOMPARE(result.fractions[0]->value(qsizetype(p)),
-                 wa[p] > 0
-                     ? result.weights[0]->value(qsizetype(p)) / result.total->value(qsizetype(p))
-                     : 0.0);
-        QVERIFY(result.residual->value(qsizetype(p)) < 1e-4);
-    }
-    // Weights of order 1 from 14 energies at noise 1e-3: a few times 1e-3 at worst.
-    QVERIFY2(worst < 1e-2, qPrintable(QString::number(worst)));
-    QVERIFY(worst > 1e-5); // the noise is really there
-
-    // One thread gives the same numbers; a raised cancel flag gives no records.
-    options.threads = 1;
-    LcfEngine::Result single = LcfEngine::run(model, pointers(stack), options, &error);
-    QVERIFY(std::equal(single.weights[1]->values(), single.weights[1]->values() + w * h,
-                       result.weights[1]->values()));
-    std::atomic<bool> cancel{true};
-    options.cancel = &cancel;
-    const LcfEngine::Result stopped = LcfEngine::run(model, pointers(stack), options, &error);
-    QVERIFY(stopped.cancelled && !stopped.ok());
-}
-
-void TestLcfEngine::refusals_data()
-{
-    QTest::addColumn<QList<double>>("energies");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<bool>("dependent");
-    QTest::addColumn<bool>("offset");
-    QTest::addColumn<QString>("message");
-    const int nonneg = int(Kind::NonNegative), free = int(Kind::Free);
-    QTest::newRow("one image") << QList<double>{7100} << nonneg << false << false << "at least two";
-    QTest::newRow("same energy") << QList<double>{7100, 7110, 7100} << nonneg << false << false
-                                 << "a.zmp and c.zmp are both at 7100 eV";
-    QTest::newRow("underdetermined")
-        << QList<double>{7100, 7110} << nonneg << false << true << "underdetermined";
-    QTest::newRow("dependent, free") << QList<double>{7100, 7110, 7120, 7130} << free << true
-                                     << false << "'twice' is a linear combination";
-    QTest::newRow("dependent, nonneg")
-        << QList<double>{7100, 7110, 7120, 7130} << nonneg << true << false << "";
-}
-
-void TestLcfEngine::refusals()
-{
-    QFETCH(QList<double>, energies);
-    QFETCH(int, kind);
-    QFETCH(bool, dependent);
-    QFETCH(bool, offset);
-    QFETCH(QString, message);
-    LcfModel::Reference second = edgeCurve("twice", 7112.0, 0.1);
-    if (dependent)
-        second.curve = [c = edgeCurve({}, 7112.0, 0.1).curve](double e) { return 2.0 * c(e); };
-    else
-        second = edgeCurve("other", 7124.0, 0.5);
-    LcfModel model;
-    QString error;
-    const bool built = model.build(energies, {edgeCurve("one", 7112.0, 0.1), second}, Kind(kind),
-                                   offset, &error, {"a.zmp", "b.zmp", "c.zmp", "d.zmp"});
-    QCOMPARE(built, message.isEmpty());
-    QVERIFY2(error.contains(message), qPrintable(error));
-    if (!built) return;
-    // Still a solution with dependent references: it reproduces an exact mixture.
-    std::vector<double> mu;
-    for (double e : energies)
-        mu.push_back(0.7 * model.referenceAt(0, e));
-    const LcfModel::PixelFit fit = model.fitPixel(mu.data());
-    QVERIFY(fit.residual < 1e-12);
-    QVERIFY(std::fabs(fit.weights[0] + 2.0 * fit.weights[1] - 0.7) < 1e-9);
-}
-
-void TestLcfEngine::commandLineRoundTrip()
-{
-    QTemporaryDir tmp;
-    // Two references as spectrum files, and a 3 x 2 stack mixed from them as the fit reads them.
-    QStringList refFiles;
-    QList<LcfModel::Reference> refs;
-    for (const auto &[name, e0] : {std::pair{"a", 7112.0}, std::pair{"b", 7124.0}}) {
-        QByteArray text = "# energy mu\n";
-        for (double e = 7000.0; e <= 7300.0; e += 1.0)
-            text += QByteArray::number(e) + ' ' +
-                    QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n';
-        refFiles << writeFile(tmp, QString(name) + ".dat", text);
+    void shiftAndFreshNormalisation()
+    {
+        // dE = +1.5 moves the reference up: image energy E reads the curve at E - 1.5.
+        LcfModel model;
         QString error;
-        refs << *LcfModel::fromFile(refFiles.last(), 1, name[0] == 'b' ? 1.5 : 0.0, &error);
-    }
-    const double fa[] = {1, 0.75, 0.5, 0.25, 0, 0.4};
-    QStringList stack;
-    for (double e : {7100.0, 7110.0, 7115.0, 7122.0, 7130.0, 7150.0}) {
-        TDDataWL r(3, 2);
-        for (int p = 0; p < 6; ++p)
-            r.setValue(p, fa[p] * refs[0].curve(e) + (1 - fa[p]) * refs[1].curve(e - 1.5), true);
-        stack << tmp.filePath(QStringLiteral("mu_%1eV.zmp").arg(e));
-        QVERIFY(r.save(stack.last()));
-    }
-    const QString out = tmp.filePath("fit");
-    QCOMPARE(runCli(QStringList{"lcf", "--ref", refFiles[0], "--ref", refFiles[1] + "@1.5", "--fit",
-                                "sum1", "-o", out} +
-                    stack)
-                 .status,
-             0);
-    TDDataWL fraction(0, 0);
-    QVERIFY(fraction.load(out + "/fraction_0.zmp"));
-    QCOMPARE(fraction.dataId(), "LCF[a] f");
-    for (int p = 0; p < 6; ++p)
-        QVERIFY(std::fabs(fraction.value(qsizetype(p)) - fa[p]) < 1e-9);
-    QVERIFY(QFile::exists(out + "/residual.zmp"));
-    QVERIFY(!QFile::exists(out + "/offset.zmp"));
+        const LcfModel::Reference line{"line", [](double e) { return e; }, 1.5, 0.0};
+        QVERIFY(model.build({10.0, 20.0, 30.0}, {line}, Kind::Free, false, &error));
+        QCOMPARE((QList<double>{model.design(1, 0), model.referenceAt(0, 40.0)}),
+                 (QList<double>{18.5, 38.5}));
 
-    // A reference read beyond its measured range is used, and said to be extrapolated.
-    const CliRun r = runCli(QStringList{"lcf", "--ref", refFiles[0] + "@-200", "-o", out} + stack);
-    QCOMPARE(r.status, 0);
-    QVERIFY2(r.err.contains("'a' is extrapolated at 7310 eV"), qPrintable(r.err));
-}
+        // The spectrum's own x shift and an earlier Victreen normalisation leave no trace.
+        Spectrum points;
+        for (double e = 8900.0; e <= 9100.0; e += 1.0)
+            points.append(e, 0.1 + std::atan((e - 8980.0) / 3.0) / M_PI);
+        const XafsSpectrum fresh(points, "a", 1, 0.0, {});
+        XafsSpectrum used(points, "a", 0, 0.0, {});
+        used.setXOffset(true, 7.0);
+        used.normalize(1);
+        const LcfModel::Reference ref = LcfModel::fromSpectrum(used, 1, 0.0);
+        for (double e : {8950.0, 8979.5, 8990.0, 9050.0, 9150.0})
+            QCOMPARE(ref.curve(e), fresh.doubleNormalizedPreBase(e));
+        QCOMPARE(ref.e0, fresh.e0());
+    }
+
+    void recoversSyntheticStack()
+    {
+        // 130 x 130 pixels: more than one chunk of work, so two threads share it.
+        const int w = 130, h = 130, k = 14;
+        const double noise = 1e-3;
+        QList<double> energies;
+        for (int e = 0; e < k; ++e)
+            energies << 7090.0 + 5.0 * e;
+        const LcfModel::Reference a = edgeCurve("metal", 7112.0, 0.1);
+        const LcfModel::Reference b = edgeCurve("oxide", 7124.0, 0.6, 2.0);
+        std::vector<std::unique_ptr<TDDataWL>> stack;
+        for (int e = 0; e < k; ++e)
+            stack.push_back(image(w, h));
+        std::mt19937 gen(7);
+        std::normal_distribution<double> gaussian(0.0, noise);
+        std::vector<double> wa(size_t(w) * h), wb(wa.size()), c(wa.size());
+        for (size_t p = 0; p < wa.size(); ++p) {
+            wa[p] = 0.5 + 0.5 * double(p % 97) / 96.0;
+            wb[p] = double(p % 89) / 88.0;
+            c[p] = 0.3 * double(p % 13) / 12.0 - 0.1;
+            for (int e = 0; e < k; ++e) {
+                const double E = energies[e];
+                stack[size_t(e)]->values()[p] =
+                    wa[p] * a.curve(E) + wb[p] * b.curve(E - 2.0) + c[p] + gaussian(gen);
+            }
+        }
+        stack[3]->validFlags()[17] = 0;
+        stack[5]->values()[18] = NAN;
+        stack[k - 1]->values()[19] = INFINITY;
+
+        LcfModel model;
+        QString error;
+        QVERIFY(model.build(energies, {a, b}, Kind::NonNegative, true, &error));
+        qsizetype lastDone = 0;
+        LcfEngine::Options options;
+        options.progress = [&](qsizetype done, qsizetype) { lastDone = done; };
+        options.threads = 2;
+        LcfEngine::Result result = LcfEngine::run(model, pointers(stack), options, &error);
+        QVERIFY2(result.ok(), qPrintable(error));
+        QCOMPARE((QList<qsizetype>{lastDone, result.validPixels}),
+                 (QList<qsizetype>{qsizetype(w) * h, qsizetype(w) * h - 3}));
+        QCOMPARE(result.weights[1]->dataId(), "LCF[oxide] w");
+        QCOMPARE(result.fractions[0]->dataId(), "LCF[metal] f");
+        QCOMPARE(result.total->level(), 1);
+
+        double worst = 0.0;
+        for (size_t p = 0; p < wa.size(); ++p) {
+            const bool bad = p >= 17 && p <= 19;
+            for (const auto *r : {result.weights[0].get(), result.fractions[1].get(),
+                                  result.total.get(), result.residual.get(), result.offset.get()})
+                QCOMPARE(r->isValid(qsizetype(p)), !bad);
+            if (bad) continue;
+            worst = std::max({worst, std::fabs(result.weights[0]->value(qsizetype(p)) - wa[p]),
+                              std::fabs(result.weights[1]->value(qsizetype(p)) - wb[p]),
+                              std::fabs(result.offset->value(qsizetype(p)) - c[p])});
+            QCOMPARE(result.fractions[0]->value(qsizetype(p)),
+                     wa[p] > 0 ? result.weights[0]->value(qsizetype(p)) /
+                                     result.total->value(qsizetype(p))
+                               : 0.0);
+            QVERIFY(result.residual->value(qsizetype(p)) < 1e-4);
+        }
+        // A few times 1e-3 at worst, but not below the noise, which is really there.
+        QVERIFY2(worst < 1e-2 && worst > 1e-5, qPrintable(QString::number(worst)));
+
+        // One thread gives the same numbers; a raised cancel flag gives no records.
+        options.threads = 1;
+        LcfEngine::Result single = LcfEngine::run(model, pointers(stack), options, &error);
+        QVERIFY(std::equal(single.weights[1]->values(), single.weights[1]->values() + w * h,
+                           result.weights[1]->values()));
+        std::atomic<bool> cancel{true};
+        options.cancel = &cancel;
+        const LcfEngine::Result stopped = LcfEngine::run(model, pointers(stack), options, &error);
+        QVERIFY(stopped.cancelled && !stopped.ok());
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<QList<double>>("energies");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("dependent");
+        QTest::addColumn<bool>("offset");
+        QTest::addColumn<QString>("message");
+        const int nonneg = int(Kind::NonNegative), free = int(Kind::Free);
+        QTest::newRow("one image")
+            << QList<double>{7100} << nonneg << false << false << "at least two";
+        QTest::newRow("same energy") << QList<double>{7100, 7110, 7100} << nonneg << false << false
+                                     << "a.zmp and c.zmp are both at 7100 eV";
+        QTest::newRow("underdetermined")
+            << QList<double>{7100, 7110} << nonneg << false << true << "underdetermined";
+        QTest::newRow("dependent, free") << QList<double>{7100, 7110, 7120, 7130} << free << true
+                                         << false << "'twice' is a linear combination";
+        QTest::newRow("dependent, nonneg")
+            << QList<double>{7100, 7110, 7120, 7130} << nonneg << true << false << "";
+    }
+
+    void refusals()
+    {
+        QFETCH(QList<double>, energies);
+        QFETCH(int, kind);
+        QFETCH(bool, dependent);
+        QFETCH(bool, offset);
+        QFETCH(QString, message);
+        LcfModel::Reference second = edgeCurve("twice", 7112.0, 0.1);
+        if (dependent)
+            second.curve = [c = edgeCurve({}, 7112.0, 0.1).curve](double e) { return 2.0 * c(e); };
+        else
+            second = edgeCurve("other", 7124.0, 0.5);
+        LcfModel model;
+        QString error;
+        const bool built =
+            model.build(energies, {edgeCurve("one", 7112.0, 0.1), second}, Kind(kind), offset,
+                        &error, {"a.zmp", "b.zmp", "c.zmp", "d.zmp"});
+        QCOMPARE(built, message.isEmpty());
+        QVERIFY2(error.contains(message), qPrintable(error));
+        if (!built) return;
+        // Still a solution with dependent references: it reproduces an exact mixture.
+        std::vector<double> mu;
+        for (double e : energies)
+            mu.push_back(0.7 * model.referenceAt(0, e));
+        const LcfModel::PixelFit fit = model.fitPixel(mu.data());
+        QVERIFY(fit.residual < 1e-12);
+        QVERIFY(std::fabs(fit.weights[0] + 2.0 * fit.weights[1] - 0.7) < 1e-9);
+    }
+
+    void commandLineRoundTrip()
+    {
+        QTemporaryDir tmp;
+        // Two references as spectrum files, and a 3 x 2 stack mixed from them as the fit reads
+        // them.
+        QStringList refFiles;
+        QList<LcfModel::Reference> refs;
+        for (const auto &[name, e0] : {std::pair{"a", 7112.0}, std::pair{"b", 7124.0}}) {
+            QByteArray text = "# energy mu\n";
+            for (double e = 7000.0; e <= 7300.0; e += 1.0)
+                text += QByteArray::number(e) + ' ' +
+                        QByteArray::number(0.2 + edgeCurve({}, e0, 0.3).curve(e), 'g', 17) + '\n';
+            refFiles << writeFile(tmp, QString(name) + ".dat", text);
+            QString error;
+            refs << *LcfModel::fromFile(refFiles.last(), 1, name[0] == 'b' ? 1.5 : 0.0, &error);
+        }
+        const double fa[] = {1, 0.75, 0.5, 0.25, 0, 0.4};
+        QStringList stack;
+        for (double e : {7100.0, 7110.0, 7115.0, 7122.0, 7130.0, 7150.0}) {
+            TDDataWL r(3, 2);
+            for (int p = 0; p < 6; ++p)
+                r.setValue(p, fa[p] * refs[0].curve(e) + (1 - fa[p]) * refs[1].curve(e - 1.5),
+                           true);
+            stack << tmp.filePath(QStringLiteral("mu_%1eV.zmp").arg(e));
+            QVERIFY(r.save(stack.last()));
+        }
+        const QString out = tmp.filePath("fit");
+        QCOMPARE(runCli(QStringList{"lcf", "--ref", refFiles[0], "--ref", refFiles[1] + "@1.5",
+                                    "--fit", "sum1", "-o", out} +
+                        stack)
+                     .status,
+                 0);
+        TDDataWL fraction(0, 0);
+        QVERIFY(fraction.load(out + "/fraction_0.zmp"));
+        QCOMPARE(fraction.dataId(), "LCF[a] f");
+        for (int p = 0; p < 6; ++p)
+            QVERIFY(std::fabs(fraction.value(qsizetype(p)) - fa[p]) < 1e-9);
+        QVERIFY(QFile::exists(out + "/residual.zmp") && !QFile::exists(out + "/offset.zmp"));
+
+        // A reference read beyond its measured range is used, and said to be extrapolated.
+        const CliRun r =
+            runCli(QStringList{"lcf", "--ref", refFiles[0] + "@-200", "-o", out} + stack);
+        QCOMPARE(r.status, 0);
+        QVERIFY2(r.err.contains("'a' is extrapolated at 7310 eV"), qPrintable(r.err));
+    }
+};
 
 QTEST_MAIN(TestLcfEngine)
 #include "tst_LcfEngine.moc"
