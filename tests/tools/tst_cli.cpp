@@ -31,6 +31,7 @@ private Q_SLOTS:
         QVERIFY(r.save(m_paths["F"] = m_dir.filePath("f_7100eV.zmp")));
         QVERIFY(r.save(m_paths["G"] = m_dir.filePath("g_7200eV.zmp")));
         QVERIFY(TDDataWL(2, 2).save(m_paths["SMALL"] = m_dir.filePath("s_7300eV.zmp")));
+        QVERIFY(TDDataWL(3, 1).save(m_paths["SHORT"] = m_dir.filePath("short.zmp")));
         m_paths["JUNK"] = writeFile(m_dir, "junk.bin", "\x01\x02garbage");
         m_paths["EMPTY"] = writeFile(m_dir, "empty.dat", "");
         m_paths["NONE"] = m_dir.filePath("none.zmp");
@@ -266,7 +267,8 @@ private Q_SLOTS:
         row("xafs, missing and empty", {"xafs", "NONE", "XAFS", "EMPTY"}, 1, "none.zmp|empty.dat",
             "file: " ZELMAP_TESTDATA "/xafs/cu_foil_rt.dat");
 
-        row("relation, sizes differ", {"relation", "F", "SMALL", "-o", "OUT"}, 2);
+        row("relation, widths differ", {"relation", "F", "SMALL", "-o", "OUT"}, 2);
+        row("relation, heights differ", {"relation", "F", "SHORT", "-o", "OUT"}, 2);
         row("relation, missing image", {"relation", "F", "NONE", "-o", "OUT"}, 1);
         row("relation, one image", {"relation", "F", "-o", "OUT"}, 2);
         row("relation, mask alone", {"relation", "F", "F", "-o", "OUT", "--mask", "PNG"}, 2);
