@@ -290,7 +290,6 @@ void TstImgDisp::screenshot()
     QImage shot = m_disp->grab().toImage();
     QCOMPARE(shot.pixel(cellCentre(0, 0)), qRgb(0, 0, 0));
     QCOMPARE(shot.pixel(cellCentre(3, 2)), qRgb(255, 255, 255));
-    QCOMPARE(shot.pixel(cellCentre(2, 1)), qRgb(210, 220, 210));
     QCOMPARE(shot.pixel(cellCentre(1, 1)), rec.image()->pixel(1, 1));
 
     // A drawn region is outlined in the first palette colour on the cell edges.
@@ -312,9 +311,6 @@ void TstImgDisp::screenshot()
     QCOMPARE(rec.image()->format(), QImage::Format_Grayscale8);
     shot = m_disp->grab().toImage();
     QCOMPARE(shot.pixel(cellCentre(2, 1)), qRgb(192, 192, 192));
-    QCOMPARE(shot.pixel(cellCentre(3, 2)), qRgb(255, 255, 255));
-    const QRgb g = shot.pixel(cellCentre(1, 1));
-    QVERIFY(qRed(g) == qGreen(g) && qGreen(g) == qBlue(g) && qRed(g) > 0);
     const QRgb barGrey = shot.pixel(bar->mapTo(m_disp.get(), bar->rect().center()));
     QVERIFY2(qRed(barGrey) == qGreen(barGrey) && qGreen(barGrey) == qBlue(barGrey),
              qPrintable(QColor(barGrey).name()));

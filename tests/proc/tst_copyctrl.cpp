@@ -12,6 +12,7 @@
 #include "proc/RecordCopy.h"
 #include "proc/Resampler.h"
 
+#include "../support/CliFixtures.h"
 #include "../support/WidgetFixtures.h"
 
 #include <QClipboard>
@@ -252,7 +253,7 @@ void TestCopyCtrl::commandLine()
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     const QString out = dir.filePath(QStringLiteral("out.zmp"));
     QVERIFY(src->save(in));
-    const auto run = [](const QStringList &args) { return fx::cli(args); };
+    const auto run = [](const QStringList &args) { return runCli(args).status; };
     TDDataWL back(1, 1);
     QCOMPARE(run({"copy", "--rect", "2", "1", "5", "3", "--time", in, "-o", out}), 0);
     QVERIFY(back.load(out));

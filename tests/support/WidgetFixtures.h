@@ -2,7 +2,6 @@
 
 // Builders and real-event helpers shared by the widget and processing tests.
 
-#include "Cli.h"
 #include "core/TDDataWL.h"
 
 #include <QAbstractButton>
@@ -86,19 +85,6 @@ std::unique_ptr<TDDataWL> record(
             r->setValue(x, y, f(x, y), ok(x, y));
     r->setDataId(id);
     return r;
-}
-
-// A whole zelmap-cli command line; returns its exit status.
-inline int cli(const QStringList &args, QString *out = nullptr, QString *err = nullptr)
-{
-    QString o, e;
-    QTextStream os(&o), es(&e);
-    const int rc = Cli::run(args, os, es);
-    os.flush();
-    es.flush();
-    if (out) *out = o;
-    if (err) *err = e;
-    return rc;
 }
 
 } // namespace fx
