@@ -99,7 +99,6 @@ void TestCopyCtrl::resizeMatchesDirectFormulas_data()
         const QByteArray name = QByteArrayList{"nearest", "linear", "area"}[m];
         QTest::newRow(name + " down") << m << 5 << 4;
         QTest::newRow(name + " up") << m << 31 << 23;
-        QTest::newRow(name + " mixed") << m << 7 << 17;
         QTest::newRow(name + " to 1 x 1") << m << 1 << 1;
     }
 }

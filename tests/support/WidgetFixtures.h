@@ -66,6 +66,12 @@ inline void move(QWidget *w, QPoint pos, Qt::KeyboardModifiers mods, Qt::MouseBu
     QApplication::sendEvent(w, &e);
 }
 
+// The first two arguments of a spy's last signal, a position.
+inline QPointF lastPoint(const QSignalSpy &spy)
+{
+    return {spy.last().at(0).toDouble(), spy.last().at(1).toDouble()};
+}
+
 inline QList<QColor> colours(const QImage &img, std::initializer_list<QPoint> at)
 {
     QList<QColor> c;
