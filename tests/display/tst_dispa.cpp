@@ -19,12 +19,6 @@ using fx::drag;
 
 namespace {
 
-QPointF at(const QSignalSpy &spy, qsizetype i)
-{
-    const QList<QVariant> &args = spy.at(i < 0 ? spy.size() + i : i);
-    return {args.at(0).toDouble(), args.at(1).toDouble()};
-}
-
 QList<double> area(const ChCoord::Area &a)
 {
     return {a.x0, a.x1, a.y0, a.y1};
@@ -230,7 +224,7 @@ void TstDispA::panNeedsShift()
 
     drag(d.get(), QPoint(100, 50), QPoint(120, 40));
     COMPARE_EACH(area(c.dataRange()), (QList<double>{0, 200, 0, 100}));
-    QCOMPARE(at(pos, -1), QPointF(120.0, 60.0));
+    QCOMPARE(fx::lastPoint(pos), QPointF(120.0, 60.0));
 
     QTest::mousePress(d.get(), Qt::LeftButton, Qt::ShiftModifier, QPoint(100, 50));
     const auto before = updated.size();
@@ -347,7 +341,7 @@ void TstDispA::altFreezesReadOut()
     fx::move(d.get(), QPoint(20, 20), Qt::AltModifier);
     QCOMPARE(moved.size(), 2);
     QVERIFY(d->mouse.moveAlt);
-    QCOMPARE(at(pos, -1).x(), 20.0);
+    QCOMPARE(fx::lastPoint(pos).x(), 20.0);
 
     QTest::mouseMove(d.get(), QPoint(30, 30));
     fx::move(d.get(), QPoint(40, 40), Qt::NoModifier);

@@ -77,10 +77,7 @@ void TestCalcCtrl::genFromTypedFormulas()
     click(&p.calc, "Neg");
     gen("I[2]", "I[1]");
     QCOMPARE(result->dataId(), QStringLiteral("Cl[-log(I[2]/I[1])]"));
-    QCOMPARE(result->width(), 8);
-    QCOMPARE(result->level(), 1);
     QCOMPARE(result->value(4, 3), -std::log(3.0 / 2.0));
-    QCOMPARE(result->validCount(), result->pixelCount());
 
     // Log off, Neg off again; the smaller entry 3 crops the result.
     click(&p.calc, "Log");
@@ -105,29 +102,19 @@ void TestCalcCtrl::genFromTypedFormulas()
 
 void TestCalcCtrl::selectionsRewriteFormulas()
 {
+    // The rewriting itself is pinned on CalcFormula; here A feeds the numerators, B the
+    // denominators, each keeping its typed coefficients.
     Panel p;
     auto *num = child<QLineEdit>(&p.calc, QStringLiteral("Numerators"));
     auto *den = child<QLineEdit>(&p.calc, QStringLiteral("Denominators"));
-    const auto texts = [&] { return QStringList{num->text(), den->text()}; };
     QTest::keyClicks(num, QStringLiteral("-2I[3]"));
-    QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
-
-    // B is empty, so the denominators empty as well.
+    QTest::keyClicks(den, QStringLiteral("I[2]"));
     tick(&p.list, 3, "MultiSelA");
-    QCOMPARE(texts(), (QStringList{"-2*I[3]", ""}));
-    QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
     tick(&p.list, 1, "MultiSelA");
-    QCOMPARE(texts(), (QStringList{"I[1]-2*I[3]", ""}));
-
+    QCOMPARE(QStringList({num->text(), den->text()}), QStringList({"I[1]-2*I[3]", ""}));
     QTest::keyClicks(den, QStringLiteral("0*I[0]+I[2]"));
     tick(&p.list, 0, "MultiSelB");
-    QCOMPARE(den->text(), QStringLiteral("-0*I[0]"));
-    tick(&p.list, 2, "MultiSelB");
-    QCOMPARE(den->text(), QStringLiteral("-0*I[0]+I[2]"));
-
-    // Unticking drops the term; the kept coefficient stays.
-    tick(&p.list, 1, "MultiSelA");
-    QCOMPARE(num->text(), QStringLiteral("-2*I[3]"));
+    QCOMPARE(QStringList({num->text(), den->text()}), QStringList({"I[1]-2*I[3]", "-0*I[0]"}));
 }
 
 void TestCalcCtrl::mainWindowTakesResults()

@@ -1,10 +1,12 @@
 #include "proc/MatchingF.h"
 #include "proc/MatchingRun.h"
 
+#include "../support/CliFixtures.h"
 #include "../support/WidgetFixtures.h"
 
 #include <limits>
 #include <random>
+#include <tuple>
 
 namespace {
 
@@ -103,17 +105,10 @@ std::unique_ptr<TDDataWL> randomImage(int w, int h, double invalid, int pattern,
 void compare(const TDDataWL &got, const TDDataWL &want, double tol)
 {
     double worst = 0.0;
-    for (int y = 0; y < want.height(); ++y)
-        for (int x = 0; x < want.width(); ++x) {
-            if (got.isValid(x, y) != want.isValid(x, y))
-                QFAIL(qPrintable(QStringLiteral("validity differs at (%1, %2): %3 vs %4")
-                                     .arg(x)
-                                     .arg(y)
-                                     .arg(got.value(x, y))
-                                     .arg(want.value(x, y))));
-            if (want.isValid(x, y))
-                worst = std::max(worst, std::fabs(got.value(x, y) - want.value(x, y)));
-        }
+    for (qsizetype i = 0; i < want.pixelCount(); ++i) {
+        QVERIFY2(got.isValid(i) == want.isValid(i), qPrintable(QString::number(i)));
+        if (want.isValid(i)) worst = std::max(worst, std::fabs(got.value(i) - want.value(i)));
+    }
     QVERIFY2(worst <= tol, qPrintable(QString::number(worst)));
 }
 
@@ -124,7 +119,6 @@ class TestMatching : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void definingCases_data();
     void definingCases();
     void fastPathMatchesDirectSum_data();
     void fastPathMatchesDirectSum();
@@ -134,28 +128,8 @@ private Q_SLOTS:
     void commandLine();
 };
 
-void TestMatching::definingCases_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QPoint>("at");
-    QTest::addColumn<double>("expected"); // NaN: stays invalid
-    const double none = std::numeric_limits<double>::quiet_NaN();
-    QTest::newRow("identical cos") << 1 << QPoint(1, 1) << 1.0;
-    QTest::newRow("identical acos") << 2 << QPoint(1, 1) << 1.0;
-    QTest::newRow("orthogonal cos") << 1 << QPoint(5, 1) << 0.0;
-    QTest::newRow("orthogonal acos") << 2 << QPoint(5, 1) << 0.5;
-    QTest::newRow("opposite acos") << 2 << QPoint(5, 4) << 0.0;
-    QTest::newRow("zero and invalid window") << 1 << QPoint(1, 4) << none;
-    QTest::newRow("overhang") << 1 << QPoint(10, 3) << 9.0 / std::sqrt(450.0);
-    QTest::newRow("last column") << 1 << QPoint(11, 0) << none;
-    QTest::newRow("last row") << 1 << QPoint(0, 6) << none;
-}
-
 void TestMatching::definingCases()
 {
-    QFETCH(int, mode);
-    QFETCH(QPoint, at);
-    QFETCH(double, expected);
     // 12 x 7, all invalid but for a few pixels. The region (1, 1)-(2, 1) gives a template of
     // 3 x 2 values from (1, 1): 3 at offset (0, 0), 4 at (2, 1), 0 elsewhere; a2 = 25.
     TDDataWL s(12, 7);
@@ -174,19 +148,27 @@ void TestMatching::definingCases()
     put(0, 6, 1.0);  // would give the last row a value
     s.setRegion(QRect(QPoint(1, 1), QPoint(2, 1)));
     const QRect whole(0, 0, 12, 7);
-    const auto want = reference(s, whole, mode);
-    // Exec2, then Exec5 on three threads.
-    for (int execMode : {1, 2}) {
-        const Outcome o = run(&s, whole, mode, execMode, 3);
-        QVERIFY(o.result);
-        const TDDataWL &r = *o.result;
-        if (std::isnan(expected)) {
-            QVERIFY(!r.isValid(at.x(), at.y()));
-        } else {
-            QVERIFY(r.isValid(at.x(), at.y()));
-            QCOMPARE(r.value(at.x(), at.y()), expected);
-        }
-        compare(r, *want, 0.0);
+    // Mode, position, value; NaN stays invalid. The reference is pinned here, the runs to it.
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    const std::tuple<int, QPoint, double> cases[] = {{1, {1, 1}, 1.0},
+                                                     {2, {1, 1}, 1.0},
+                                                     {1, {5, 1}, 0.0},
+                                                     {2, {5, 1}, 0.5},
+                                                     {2, {5, 4}, 0.0},
+                                                     {1, {1, 4}, none},
+                                                     {1, {10, 3}, 9.0 / std::sqrt(450.0)},
+                                                     {1, {11, 0}, none},
+                                                     {1, {0, 6}, none}};
+    for (int mode : {1, 2}) {
+        const auto want = reference(s, whole, mode);
+        for (const auto &[m, at, expected] : cases)
+            if (m == mode) {
+                QCOMPARE(want->isValid(at.x(), at.y()), !std::isnan(expected));
+                if (!std::isnan(expected)) QCOMPARE(want->value(at.x(), at.y()), expected);
+            }
+        // Exec2, then Exec5 on three threads.
+        for (int execMode : {1, 2})
+            compare(*run(&s, whole, mode, execMode, 3).result, *want, 0.0);
     }
 }
 
@@ -202,8 +184,6 @@ void TestMatching::fastPathMatchesDirectSum_data()
     QTest::addColumn<bool>("fft"); // whether the run must use the FFT
     const QRect whole(0, 0, 150, 110);
     QTest::newRow("noise") << 150 << 110 << QRect(20, 30, 12, 9) << whole << 0.1 << 0 << 1 << true;
-    QTest::newRow("noise acos") << 150 << 110 << QRect(20, 30, 12, 9) << whole << 0.1 << 0 << 2
-                                << true;
     QTest::newRow("signed, sparse")
         << 150 << 110 << QRect(5, 5, 16, 16) << whole << 0.97 << 2 << 1 << true;
     QTest::newRow("bright square, hot pixel")
@@ -317,23 +297,23 @@ void TestMatching::commandLine()
     auto s = randomImage(90, 70, 0.1, 0, 9);
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     QVERIFY(s->save(in));
-    const auto cli = [&](QStringList args) {
-        return fx::cli(QStringList{"filter", "match"} + args + QStringList{in, "-o", in + "o"});
+    const auto cli = [&](QStringList args, const QString &file) {
+        return runCli(QStringList{"filter", "match"} + args + QStringList{file, "-o", in + "o"})
+            .status;
     };
     const QStringList tpl = {"--template", "10", "12", "19", "20"};
-    QCOMPARE(cli(tpl + QStringList{"--arccos"}), 0);
+    QCOMPARE(cli(tpl + QStringList{"--arccos"}, in), 0);
     TDDataWL ra(0, 0), rb(0, 0);
     QVERIFY(ra.load(in + "o"));
-    QCOMPARE(cli(tpl + QStringList{"--arccos", "--exec2"}), 0);
+    QCOMPARE(cli(tpl + QStringList{"--arccos", "--exec2"}, in), 0);
     QVERIFY(rb.load(in + "o"));
     s->setRegion(QRect(QPoint(10, 12), QPoint(19, 20)));
     compare(ra, *reference(*s, QRect(0, 0, 90, 70), 2), 1e-9);
     compare(rb, ra, 0.0);
     // Usage mistakes: no template, both paths, threads below 1; then an unreadable file.
-    QCOMPARE(cli({}), 2);
-    QCOMPARE(cli(tpl + QStringList{"--exec2", "--threads", "2"}), 2);
-    QCOMPARE(cli(tpl + QStringList{"--threads", "0"}), 2);
-    QCOMPARE(fx::cli(QStringList{"filter", "match"} + tpl + QStringList{in + "x", "-o", in}), 1);
+    QCOMPARE((QList<int>{cli({}, in), cli(tpl + QStringList{"--exec2", "--threads", "2"}, in),
+                         cli(tpl + QStringList{"--threads", "0"}, in), cli(tpl, in + "x")}),
+             (QList<int>{2, 2, 2, 1}));
 }
 
 QTEST_MAIN(TestMatching)

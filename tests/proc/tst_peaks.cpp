@@ -1,11 +1,15 @@
 #include "core/Shape.h"
+#include "core/TDDataWL.h"
 #include "proc/ComparePeaksF.h"
 #include "proc/FindPeaksF.h"
 #include "proc/PeakSearch.h"
 
 #include <QRandomGenerator>
 
-#include "../support/WidgetFixtures.h"
+#include "../support/CliFixtures.h"
+
+#include <QSignalSpy>
+#include <QTest>
 
 #include <limits>
 
@@ -248,26 +252,25 @@ void TestPeaks::commandLine()
     const QString in = dir.filePath(QStringLiteral("in.zmp"));
     const QString out = dir.filePath(QStringLiteral("out.zmp"));
     QVERIFY(src->save(in));
-    QString printed;
-    QCOMPARE(fx::cli({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30",
-                      "25", "--time", in, "-o", out},
-                     &printed),
-             0);
+    CliRun r = runCli({"filter", "peaks", "--num", "4", "--radius", "6", "--rect", "2", "3", "30",
+                       "25", "--time", in, "-o", out});
+    QCOMPARE(r.status, 0);
     QString want;
     for (const QPointF &p : bruteForce(*src, QRect(QPoint(2, 3), QPoint(30, 25)), 6, 4, true))
         want += QStringLiteral("%1 %2 %3\n")
                     .arg(int(p.x()))
                     .arg(int(p.y()))
                     .arg(Cli::number(src->value(int(p.x()), int(p.y()))));
-    QCOMPARE(printed, want);
+    QCOMPARE(r.out, want);
     TDDataWL back(1, 1);
     QVERIFY(back.load(out));
     QCOMPARE(back.dataId(), QStringLiteral("img: PKs(+)"));
 
-    QCOMPARE(fx::cli({"filter", "compare-peaks", "--min", in, in, "-o", out}, &printed), 0);
-    QCOMPARE(printed, QStringLiteral("0 0 %1\n0 0 %1\n").arg(Cli::number(src->value(0, 0))));
-    QCOMPARE(fx::cli({"filter", "peaks", "--num", "abc", in, "-o", out}, &printed), 2);
-    QCOMPARE(fx::cli({"filter", "peaks", in, "-o", dir.filePath("no/such/dir.zmp")}, &printed), 1);
+    r = runCli({"filter", "compare-peaks", "--min", in, in, "-o", out});
+    QCOMPARE(r.status, 0);
+    QCOMPARE(r.out, QStringLiteral("0 0 %1\n0 0 %1\n").arg(Cli::number(src->value(0, 0))));
+    QCOMPARE(runCli({"filter", "peaks", "--num", "abc", in, "-o", out}).status, 2);
+    QCOMPARE(runCli({"filter", "peaks", in, "-o", dir.filePath("no/such/dir.zmp")}).status, 1);
 }
 
 QTEST_GUILESS_MAIN(TestPeaks)

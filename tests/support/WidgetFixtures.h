@@ -2,7 +2,6 @@
 
 // Builders and real-event helpers shared by the widget and processing tests.
 
-#include "Cli.h"
 #include "core/TDDataWL.h"
 
 #include <QAbstractButton>
@@ -67,6 +66,12 @@ inline void move(QWidget *w, QPoint pos, Qt::KeyboardModifiers mods, Qt::MouseBu
     QApplication::sendEvent(w, &e);
 }
 
+// The first two arguments of a spy's last signal, a position.
+inline QPointF lastPoint(const QSignalSpy &spy)
+{
+    return {spy.last().at(0).toDouble(), spy.last().at(1).toDouble()};
+}
+
 inline QList<QColor> colours(const QImage &img, std::initializer_list<QPoint> at)
 {
     QList<QColor> c;
@@ -86,19 +91,6 @@ std::unique_ptr<TDDataWL> record(
             r->setValue(x, y, f(x, y), ok(x, y));
     r->setDataId(id);
     return r;
-}
-
-// A whole zelmap-cli command line; returns its exit status.
-inline int cli(const QStringList &args, QString *out = nullptr, QString *err = nullptr)
-{
-    QString o, e;
-    QTextStream os(&o), es(&e);
-    const int rc = Cli::run(args, os, es);
-    os.flush();
-    es.flush();
-    if (out) *out = o;
-    if (err) *err = e;
-    return rc;
 }
 
 } // namespace fx
