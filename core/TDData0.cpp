@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QRunnable>
 #include <QSaveFile>
-#include <QSemaphore>
 #include <QThreadPool>
 #include <QtEndian>
 
@@ -15,6 +14,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <semaphore>
 #include <utility>
 #include <vector>
 
@@ -173,7 +173,18 @@ constexpr int kLanes = 8;
 // Inlined into each clone, so that they are compiled for its instruction set.
 #define ZM_LANES inline __attribute__((always_inline))
 
-#if defined(__x86_64__)
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define ZM_NO_CLONES
+#endif
+#endif
+#if defined(__SANITIZE_THREAD__)
+#define ZM_NO_CLONES
+#endif
+
+// The clones' resolver runs while the program is being loaded, before ThreadSanitizer's
+// runtime is up: under it there is one plain build.
+#if defined(__x86_64__) && !defined(ZM_NO_CLONES)
 #define ZM_CLONES __attribute__((target_clones("avx512f", "avx2", "default")))
 #else
 #define ZM_CLONES
@@ -577,8 +588,9 @@ void TDData0::smoothInto(TDData0 *out, int rx, int ry) const
     // A second worker from the bottom up for large images, from Qt's pool of idle threads:
     // a sleeping thread is woken at once where a new one may queue behind busy ones. If it has
     // not started by the time the rows are all done, it is taken back instead of waited for.
+    // A standard semaphore rather than Qt's: its hand-over is visible to ThreadSanitizer.
     Extremes fromBelow;
-    QSemaphore belowDone;
+    std::binary_semaphore belowDone(0);
     const std::unique_ptr<QRunnable> below(QRunnable::create([&] {
         fromBelow = smoothRun(job, true, claims);
         belowDone.release();
