@@ -316,6 +316,45 @@ private slots:
         QVERIFY(std::fabs(fit.weights[0] + 2.0 * fit.weights[1] - 0.7) < 1e-9);
     }
 
+    void copperMixtures()
+    {
+        // Pixels mixing the three measured spectra, each scaled to a unit edge jump: the fit
+        // recovers the mixing fractions although the pixels are raw mu, not normalised.
+        const QStringList names = {"cu_foil", "cu_cu2o", "cu_cuo"};
+        QList<LcfModel::Reference> refs;
+        std::vector<XafsSpectrum> raw(3);
+        for (int j = 0; j < 3; ++j) {
+            const QString path = QStringLiteral(ZELMAP_TESTDATA "/xafs/%1_herfd.dat").arg(names[j]);
+            QVERIFY2(raw[size_t(j)].loadAndNormalize(path), qPrintable(path));
+            refs << LcfModel::fromSpectrum(raw[size_t(j)], 1, 0.0);
+        }
+        QList<double> energies;
+        std::vector<int> index;
+        for (int i = 0; i < raw[0].size(); i += 3)
+            if (raw[0].x(i) > 8950.0 && raw[0].x(i) < 9100.0)
+                energies << raw[0].x(i), index.push_back(i);
+        LcfModel model;
+        QString error;
+        QVERIFY2(model.build(energies, refs, Kind::NonNegative, true, &error), qPrintable(error));
+        const double mixtures[][3] = {{1, 0, 0}, {0.2, 0.5, 0.3}, {0.6, 0, 0.4}, {0.1, 0.1, 0.8}};
+        for (const auto &f : mixtures) {
+            std::vector<double> mu;
+            for (int i : index) {
+                double m = 0.0;
+                for (int j = 0; j < 3; ++j)
+                    m += f[j] * raw[size_t(j)].y(i) / raw[size_t(j)].jump();
+                mu.push_back(m);
+            }
+            const LcfModel::PixelFit fit = model.fitPixel(mu.data());
+            for (int j = 0; j < 3; ++j)
+                QVERIFY2(std::fabs(fit.fraction(j) - f[j]) < 0.03,
+                         qPrintable(QStringLiteral("%1: %2 for %3")
+                                        .arg(names[j])
+                                        .arg(fit.fraction(j))
+                                        .arg(f[j])));
+        }
+    }
+
     void commandLineRoundTrip()
     {
         QTemporaryDir tmp;
