@@ -1,5 +1,6 @@
 #include "../support/RecordFixtures.h"
 
+#include "core/RecordStatistics.h"
 #include "core/TDDataWL.h"
 
 #include <QRandomGenerator>
@@ -58,6 +59,7 @@ class TestTDData : public QObject
 private Q_SLOTS:
     void newRecordAndStatistics();
     void bulkWideningMatchesSetValue();
+    void recordStatisticsAgainstTwoPasses();
     void copyRectRelativeAndAbsolute();
     void copyKeepsClassShapesAndRegion();
     void smoothedCopyMatchesDirectMeans();
@@ -105,12 +107,39 @@ void TestTDData::bulkWideningMatchesSetValue()
         QRandomGenerator rng(n);
         for (int i = 0; i < n; ++i) {
             const int pick = rng.bounded(10);
-            b.values()[i] = pick == 0 ? 0.0 : pick == 1 ? nan : rng.generateDouble() * 200 - 100;
+            // Even lengths hold no negative value, so a zero let into the minimum would show.
+            const double low = n % 2 ? -100 : 1;
+            b.values()[i] = pick == 0 ? 0.0 : pick == 1 ? nan : low + rng.generateDouble() * 200;
             a.setValue(i, b.values()[i], true);
         }
         b.widenStatistics(b.values(), n);
         QCOMPARE(stats(b), stats(a));
     }
+}
+
+void TestTDData::recordStatisticsAgainstTwoPasses()
+{
+    // Large offset: a one-pass sum of squares would lose the spread.
+    const double inf = std::numeric_limits<double>::infinity();
+    QRandomGenerator rng(7);
+    auto r = makeRecord(
+        37, 11, "s",
+        [&](qsizetype i) { return i % 13 == 0 ? inf : 1e6 + rng.generateDouble() * 10 - 5; },
+        [](qsizetype i) { return i % 5 != 0; });
+    std::vector<double> ok;
+    for (qsizetype i = 0; i < r->pixelCount(); ++i)
+        if (r->validFlags()[i] && std::isfinite(r->values()[i])) ok.push_back(r->values()[i]);
+    double mean = 0, ss = 0;
+    for (double v : ok)
+        mean += v / double(ok.size());
+    for (double v : ok)
+        ss += (v - mean) * (v - mean);
+    const RecordStatistics st = RecordStatistics::of(*r);
+    QCOMPARE(st.validCount, qsizetype(ok.size()));
+    QVERIFY(std::fabs(st.mean - mean) < 1e-8);
+    QVERIFY(std::fabs(st.standardDeviation - std::sqrt(ss / double(ok.size()))) < 1e-8);
+    QCOMPARE(st.validMin, *std::min_element(ok.begin(), ok.end()));
+    QCOMPARE(st.validMax, *std::max_element(ok.begin(), ok.end()));
 }
 
 void TestTDData::copyRectRelativeAndAbsolute()
