@@ -466,7 +466,7 @@ void MatchingRun::ensureBand(int band)
 struct MatchingRun::Scratch
 {
     Scratch(size_t real, size_t complex, size_t outs, size_t rowOuts, bool special)
-        : a(fftwAlloc<double>(real)), spec(fftwAlloc<fftw_complex>(complex)), rowsTmp(rowOuts),
+        : a(fftwAlloc<double>(real)), spectrum(fftwAlloc<fftw_complex>(complex)), rowsTmp(rowOuts),
           rowsSS(rowOuts), ss(outs), nzCount(outs)
     {
         if (special) {
@@ -477,7 +477,7 @@ struct MatchingRun::Scratch
         }
     }
     FftwBuffer<double> a;
-    FftwBuffer<fftw_complex> spec;
+    FftwBuffer<fftw_complex> spectrum;
     std::vector<qint32> bad, huge, rowsTmp;
     std::vector<double> rowsSS, ss;
     std::vector<qint32> nzCount, badCount, hugeCount;
@@ -604,7 +604,7 @@ void MatchingRun::computeTile(int band, int tile, Scratch &s)
                 a2 += v * v;
             }
         }
-        fftw_complex *c = s.spec.get();
+        fftw_complex *c = s.spectrum.get();
         fftw_execute_dft_r2c(m_fft->forward, a, c);
         const fftw_complex *t = m_fft->templateSpectrum.get();
         for (size_t k = 0; k < complex; ++k) {
