@@ -18,7 +18,7 @@ TDData::~TDData()
 
 TDData *TDData::copy() const
 {
-    auto *fresh = new TDData(width(), height());
+    auto *fresh = new TDData(width(), height(), Unset{});
     fillCopy(fresh);
     return fresh;
 }

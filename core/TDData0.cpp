@@ -141,7 +141,7 @@ void TDData0::fillCopy(TDData0 *fresh) const
 
 TDData0 *TDData0::copy() const
 {
-    auto *fresh = new TDData0(m_width, m_height);
+    auto *fresh = new TDData0(m_width, m_height, Unset{});
     fillCopy(fresh);
     return fresh;
 }

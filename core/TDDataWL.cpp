@@ -9,7 +9,7 @@ TDDataWL::TDDataWL(int width, int height, Unset unset, QObject *parent)
 
 TDDataWL *TDDataWL::copy() const
 {
-    auto *fresh = new TDDataWL(width(), height());
+    auto *fresh = new TDDataWL(width(), height(), Unset{});
     fillCopy(fresh);
     return fresh;
 }
